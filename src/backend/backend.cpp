@@ -1,0 +1,7 @@
+#include "backend/backend.h"
+
+namespace gamepad {
+
+Backend::~Backend() = default;
+
+}  // namespace gamepad

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <QByteArray>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "backend/attribute_info.h"
+#include "backend/read_flags.h"
+#include "gamepad/gamepad_records.h"
+
+namespace gamepad {
+
+// The one device layer. A pad is an index below gamepad_count() (also the XInput user index);
+// a position indexes one pad's current attribute list and GamepadState::values. Callers keep
+// pad and position in range; nothing here tests them. Unless noted, every operation runs on the
+// polling thread, and none takes a lock.
+class Backend {
+public:
+    // Main thread, after the polling thread has ended.
+    virtual ~Backend();
+
+    // Kinds of virtual pad this backend can attach.
+    virtual std::size_t virtual_gamepad_count() = 0;
+    virtual QByteArray virtual_gamepad_name(std::size_t kind) = 0;
+    // May block for about a second. 0 on success, with the virtual pad's index in `pad`.
+    virtual std::uint32_t attach_virtual_gamepad(std::size_t kind, std::size_t& pad) = 0;
+    // The translated text of a non-zero attach result.
+    virtual QByteArray attach_error_text(std::size_t kind, std::uint32_t code) = 0;
+    // Main thread, while the polling thread runs: may touch no slot data.
+    virtual bool can_hide_feed_gamepad() = 0;
+    // Main thread, while the polling thread runs: may touch no slot data.
+    virtual void hide_feed_gamepad() = 0;
+
+    // Main thread, once, before the polling thread starts; fixed from then on.
+    virtual std::size_t gamepad_count() = 0;
+    virtual QByteArray gamepad_name(std::size_t pad) = 0;
+    virtual GamepadCapabilities gamepad_capabilities(std::size_t pad) = 0;
+    virtual std::size_t attribute_count(std::size_t pad) = 0;
+    // A row of static lifetime.
+    virtual const AttributeInfo& attribute_info(std::size_t pad, std::size_t position) = 0;
+    virtual QByteArray attribute_label(std::size_t pad, std::size_t position) = 0;
+    virtual void detach_virtual_gamepad(std::size_t pad) = 0;
+    // At most once a second: lets empty slots be polled once more.
+    virtual void refresh_gamepads() = 0;
+    // Writes `state.values` by position, resizing it itself when the attribute count changes
+    // (and then reports MetadataChanged). Leaves `state.is_connected` alone when it does not poll.
+    virtual ReadFlags read_gamepad(std::size_t pad, GamepadState& state) = 0;
+    // Empty positions mean that no writer set them this tick; they read as zero.
+    virtual void write_gamepad(std::size_t pad, const GamepadState& state) = 0;
+};
+
+// The backend of this platform, a virtual-pad-capable one. Touches no device; main thread.
+std::unique_ptr<Backend> create_backend();
+
+}  // namespace gamepad
