@@ -1,0 +1,41 @@
+#include <benchmark/benchmark.h>
+
+#include "gamepad/gamepad_exchange.h"
+
+namespace gamepad {
+namespace {
+
+// One publication and its delivery: what a changed pad costs the two threads per tick.
+void BM_StatePublishCollect(benchmark::State& run) {
+    GamepadExchange exchange;
+    GamepadState working{true, std::vector<AttributeValue>(23)};
+    double value = 0.0;
+    for (auto _ : run) {
+        working.values[17] = AttributeValue::make_trigger(value += 1.0);
+        publish(exchange.state_channel, [&](GamepadState& record) {
+            record.is_connected = working.is_connected;
+            record.values = working.values;
+        });
+        collect(exchange.state_channel, exchange.state_view);
+        benchmark::DoNotOptimize(exchange.state_view.record.get());
+    }
+}
+BENCHMARK(BM_StatePublishCollect);
+
+void BM_MetadataPublishCollect(benchmark::State& run) {
+    GamepadExchange exchange;
+    GamepadMetadata working{"Gamepad 1", GamepadCapability::InputRead, {}};
+    for (int i = 0; i < 23; ++i) {
+        working.attributes.push_back(
+            {QByteArray::number(i), "label", AttributeType::Button, AttributeDirection::Input});
+    }
+    for (auto _ : run) {
+        publish(exchange.metadata_channel, [&](GamepadMetadata& record) { record = working; });
+        collect(exchange.metadata_channel, exchange.metadata_view);
+        benchmark::DoNotOptimize(exchange.metadata_view.record.get());
+    }
+}
+BENCHMARK(BM_MetadataPublishCollect);
+
+}  // namespace
+}  // namespace gamepad

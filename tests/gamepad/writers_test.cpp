@@ -1,0 +1,274 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <set>
+
+#include "gamepad/constant_writer.h"
+#include "gamepad/deadline.h"
+#include "gamepad/feed_writer.h"
+#include "gamepad/noise_writer.h"
+#include "gamepad/simplex_noise.h"
+#include "platform/monotonic_clock.h"
+#include "support/allocation_counter.h"
+#include "support/list_backend.h"
+
+namespace gamepad {
+namespace {
+
+using enum AttributeType;
+using enum AttributeDirection;
+using testsupport::ListBackend;
+
+constexpr std::int64_t one_hour_ns = 3'600'000'000'000;
+
+std::int64_t in_an_hour() {
+    return platform::monotonic_now_ns() + one_hour_ns;
+}
+
+std::vector<GamepadState> states(std::size_t pads, std::size_t values, bool connected = true) {
+    return std::vector<GamepadState>(pads,
+                                     GamepadState{connected, std::vector<AttributeValue>(values)});
+}
+
+TEST(ConstantWriter, FindsItsAttributeByIdWhereverItStandsAndEndsWhenItIsGone) {
+    ListBackend backend({{}, {{"x", Button, Input}, {"a", Trigger, Input}, {"a", Button, Input}}});
+    ConstantWriter writer(1, "a", AttributeValue::make_trigger(0.25), in_an_hour());
+    EXPECT_FALSE(writer.is_active());  // unresolved
+    writer.resolve(backend);
+    EXPECT_EQ(writer.attribute_index(), 1u);  // the first match
+    EXPECT_TRUE(writer.is_active());
+
+    std::vector<GamepadState> in = states(2, 3), out = states(2, 3);
+    writer.apply(in, out);
+    EXPECT_EQ(out[1].values[1].kind, AttributeValue::Kind::Trigger);
+    EXPECT_EQ(out[1].values[1].as_trigger(), 0.25);
+    EXPECT_EQ(out[1].values[0].kind, AttributeValue::Kind::Empty);
+    EXPECT_EQ(out[0].values[1].kind, AttributeValue::Kind::Empty);
+
+    backend.pad(1).erase(backend.pad(1).begin());  // the attribute moves up
+    writer.resolve(backend);
+    EXPECT_EQ(writer.attribute_index(), 0u);
+    backend.pad(1).clear();  // and goes away
+    writer.resolve(backend);
+    EXPECT_EQ(writer.attribute_index(), no_attribute);
+    EXPECT_FALSE(writer.is_active());
+    out = states(2, 3);
+    writer.apply(in, out);
+    EXPECT_EQ(out[1].values[0].kind, AttributeValue::Kind::Empty);
+}
+
+TEST(ConstantWriter, EndsAtItsDeadlineAndMatchesNullIdsAsEmpty) {
+    ListBackend backend({{{nullptr, Button, Input}, {"b", Button, Input}}});
+    ConstantWriter empty_id(0, QByteArray(), AttributeValue::make_button(true), in_an_hour());
+    empty_id.resolve(backend);
+    EXPECT_EQ(empty_id.attribute_index(), 0u);
+
+    ConstantWriter ended(0, "b", AttributeValue::make_button(true), platform::monotonic_now_ns());
+    ended.resolve(backend);
+    EXPECT_EQ(ended.attribute_index(), 1u);
+    EXPECT_FALSE(ended.is_active());  // at the deadline itself the hold is over
+    // Applying after the deadline still writes: the is_active pass decides, not apply.
+    std::vector<GamepadState> in = states(1, 2), out = states(1, 2);
+    ended.apply(in, out);
+    EXPECT_TRUE(out[0].values[1].as_button());
+    // A pad that the states don't cover is no reason to write out of bounds.
+    ListBackend six_pads({{}, {}, {}, {}, {}, {{"b", Button, Input}}});
+    ConstantWriter stray(5, "b", AttributeValue::make_button(false), in_an_hour());
+    stray.resolve(six_pads);
+    EXPECT_TRUE(stray.is_active());
+    stray.apply(in, out);
+    EXPECT_EQ(out.size(), 1u);
+    EXPECT_TRUE(out[0].values[1].as_button());
+}
+
+TEST(FeedWriter, MapsByIdTypeAndDirectionAndSendsMotorsBack) {
+    ListBackend backend({
+        {{"stick", Stick, Input},
+         {"a", Button, Input},
+         {"motor", Motor, Output},
+         {"t", Button, Input},
+         {"io", Motor, Input},
+         {"a", Trigger, Input}},
+        {{"a", Button, Input},
+         {"t", Trigger, Input},
+         {"only_target", Button, Input},
+         {"motor", Motor, Output},
+         {"io", Motor, Output},
+         {"stick", Stick, Input}},
+    });
+    FeedWriter feed(0, 1);
+    feed.resolve(backend);
+    ASSERT_EQ(feed.mapping().size(), 6u);
+    const std::uint64_t expected_source[] = {1, no_attribute, no_attribute, 2, no_attribute, 0};
+    for (std::size_t i = 0; i < 6; ++i) {
+        EXPECT_EQ(feed.mapping()[i].source_index, expected_source[i]) << i;
+        EXPECT_EQ(feed.mapping()[i].direction, i == 3 ? Output : Input) << i;
+    }
+
+    std::vector<GamepadState> in = states(2, 6), out = states(2, 6);
+    in[0].values[0] = AttributeValue::make_stick({0.2, 0.5, -0.5});
+    in[0].values[1] = AttributeValue::make_button(true);
+    in[1].values[3] = AttributeValue::make_motor(0.75);
+    in[1].values[1] = AttributeValue::make_trigger(1.0);
+    feed.apply(in, out);
+    EXPECT_TRUE(out[1].values[0].as_button());
+    EXPECT_EQ(out[1].values[5].as_stick().x, 0.5);
+    EXPECT_EQ(out[1].values[5].as_stick().deadzone, 0.2);
+    EXPECT_EQ(out[0].values[2].as_motor(), 0.75);
+    EXPECT_EQ(out[1].values[1].kind, AttributeValue::Kind::Empty);  // no source: stays Empty
+    EXPECT_EQ(out[1].values[2].kind, AttributeValue::Kind::Empty);
+
+    // Either pad away: nothing is written, and the mapping waits for both to come back.
+    for (std::size_t away : {0u, 1u}) {
+        std::vector<GamepadState> quiet = states(2, 6);
+        in[away].is_connected = false;
+        feed.apply(in, quiet);
+        in[away].is_connected = true;
+        for (const GamepadState& state : quiet) {
+            for (const AttributeValue& value : state.values) {
+                EXPECT_EQ(value.kind, AttributeValue::Kind::Empty);
+            }
+        }
+    }
+    EXPECT_EQ(feed.mapping().size(), 6u);
+    EXPECT_TRUE(feed.is_active());
+
+    backend.pad(0).clear();
+    feed.resolve(backend);
+    for (const FeedMapping& entry : feed.mapping())
+        EXPECT_EQ(entry.source_index, no_attribute);
+    backend.pad(1).clear();
+    feed.resolve(backend);
+    EXPECT_TRUE(feed.mapping().empty());
+}
+
+TEST(SimplexNoise, KnownValuesAndThePermutation) {
+    EXPECT_FLOAT_EQ(simplex_noise(0.5f), 0.43743166f);
+    EXPECT_FLOAT_EQ(simplex_noise(-0.5f), -0.18747070f);
+    for (float whole : {0.0f, 1.0f, -1.0f, 255.0f, 256.0f, -257.0f, 123456.0f, 3e9f}) {
+        EXPECT_EQ(simplex_noise(whole), 0.0f) << whole;
+    }
+    EXPECT_EQ(simplex_noise(std::numeric_limits<float>::quiet_NaN()), 0.0f);
+    float extreme = 0.0f;
+    for (int i = -3000; i < 3000; ++i)
+        extreme = std::max(extreme, std::fabs(simplex_noise(i * 0.0137f)));
+    EXPECT_LT(extreme, 0.99985f);
+    EXPECT_GT(extreme, 0.5f);
+
+    const std::set<int> distinct(noise_permutation.begin(), noise_permutation.end());
+    EXPECT_EQ(distinct.size(), 256u);
+    EXPECT_EQ(noise_permutation[0], 151);
+    EXPECT_EQ(noise_permutation[1], 160);
+    EXPECT_EQ(noise_permutation[255], 180);
+}
+
+TEST(NoiseWriter, BlendsByTypeOverWhatEarlierWritersLeft) {
+    const float at_half = simplex_noise(0.5f);
+    const double u = static_cast<double>(at_half) * 0.5 + 0.5;
+    EXPECT_NEAR(u, 0.71871583, 1e-7);
+    const AttributeValue empty{};
+    const AttributeValue released = AttributeValue::make_button(false);
+
+    EXPECT_TRUE(NoiseWriter::blend(Button, empty, at_half, 1.0).as_button());
+    EXPECT_FALSE(NoiseWriter::blend(Button, empty, at_half, 0.0).as_button());
+    EXPECT_TRUE(NoiseWriter::blend(Button, released, at_half, u).as_button());  // equality presses
+    EXPECT_FALSE(NoiseWriter::blend(Button, released, at_half, u - 1e-9).as_button());
+    EXPECT_TRUE(
+        NoiseWriter::blend(Button, AttributeValue::make_button(true), at_half, 0.0).as_button());
+
+    const AttributeValue pulled = AttributeValue::make_trigger(0.2);
+    EXPECT_EQ(NoiseWriter::blend(Trigger, pulled, at_half, 1.0).as_trigger(), u);
+    EXPECT_EQ(NoiseWriter::blend(Trigger, pulled, at_half, 0.0).as_trigger(), 0.2);
+    const AttributeValue kept = NoiseWriter::blend(Trigger, empty, at_half, 0.0);
+    EXPECT_EQ(kept.kind, AttributeValue::Kind::Trigger);
+    EXPECT_EQ(kept.as_trigger(), 0.0);
+    EXPECT_DOUBLE_EQ(NoiseWriter::blend(Trigger, pulled, at_half, 0.5).as_trigger(),
+                     0.2 + (u - 0.2) * 0.5);
+    // A previous of another kind counts as zero and is replaced.
+    EXPECT_EQ(NoiseWriter::blend(Motor, pulled, at_half, 0.5).as_motor(), u * 0.5);
+    EXPECT_EQ(NoiseWriter::blend(Motor, pulled, at_half, 0.5).kind, AttributeValue::Kind::Motor);
+
+    const StickValue rest = NoiseWriter::blend(Stick, empty, 0.0f, 0.8).as_stick();
+    EXPECT_EQ(rest.deadzone, 0.0);
+    EXPECT_EQ(rest.x, 0.0);
+    EXPECT_EQ(rest.y, 0.8);  // noise 0 points straight up, at radius amplitude
+    const AttributeValue mirrored = AttributeValue::make_stick({0.24, 0.5, 0.5});
+    const StickValue pulled_stick = NoiseWriter::blend(Stick, mirrored, at_half, 0.5).as_stick();
+    EXPECT_EQ(pulled_stick.deadzone, 0.24);
+    const double angle = 2.0 * (static_cast<double>(at_half) * 3.141592653589793);
+    EXPECT_DOUBLE_EQ(pulled_stick.x, 0.5 + (std::sin(angle) - 0.5) * 0.5);
+    EXPECT_DOUBLE_EQ(pulled_stick.y, 0.5 + (std::cos(angle) - 0.5) * 0.5);
+    EXPECT_EQ(NoiseWriter::blend(static_cast<AttributeType>(9), pulled, at_half, 1.0).as_trigger(),
+              0.2);
+}
+
+TEST(NoiseWriter, ResolvesTypeAndWritesOnlyItsSlotUntilTheDeadline) {
+    ListBackend backend({{{"a", Button, Input}, {"stick", Stick, Input}}});
+    NoiseWriter writer(0, "stick", 2.0, 1.0, draw_noise_seed(), in_an_hour());
+    EXPECT_EQ(writer.attribute_type(), Button);
+    writer.resolve(backend);
+    EXPECT_EQ(writer.attribute_type(), Stick);
+    EXPECT_TRUE(writer.is_active());
+    std::vector<GamepadState> in = states(1, 2), out = states(1, 2);
+    writer.apply(in, out);
+    const StickValue wiggled = out[0].values[1].as_stick();
+    EXPECT_NEAR(std::hypot(wiggled.x, wiggled.y), 1.0, 1e-12);  // on the circle of radius 1
+    EXPECT_EQ(out[0].values[0].kind, AttributeValue::Kind::Empty);
+
+    backend.pad(0).pop_back();
+    writer.resolve(backend);
+    EXPECT_EQ(writer.attribute_type(), Stick);  // left alone without a match
+    EXPECT_FALSE(writer.is_active());
+
+    EXPECT_EQ(noise_seed_from_bits(0), 0.0);
+    EXPECT_LT(noise_seed_from_bits(~0ull), 1'000'000.0);
+    EXPECT_GT(noise_seed_from_bits(~0ull), 999'999.99);
+    const double seed = draw_noise_seed();
+    EXPECT_TRUE(seed >= 0.0 && seed < 1'000'000.0);
+}
+
+TEST(Writers, ApplyAllocatesNothing) {
+    if (!testsupport::AllocationCounter::supported()) GTEST_SKIP() << "no counting allocator";
+    ListBackend backend(
+        {{{"a", Button, Input}, {"t", Trigger, Input}, {"s", Stick, Input}, {"m", Motor, Output}},
+         {{"a", Button, Input}, {"t", Trigger, Input}, {"s", Stick, Input}, {"m", Motor, Output}}});
+    ConstantWriter constant(1, "a", AttributeValue::make_button(true), in_an_hour());
+    FeedWriter feed(0, 1);
+    NoiseWriter button(1, "a", 1.0, 0.5, 10.0, in_an_hour());
+    NoiseWriter stick(1, "s", 1.0, 0.5, 10.0, in_an_hour());
+    Writer* writers[] = {&constant, &feed, &button, &stick};
+    for (Writer* writer : writers)
+        writer->resolve(backend);
+    std::vector<GamepadState> in = states(2, 4), out = states(2, 4);
+
+    testsupport::AllocationCounter allocations;
+    for (int tick = 0; tick < 100; ++tick) {
+        for (Writer* writer : writers) {
+            if (writer->is_active()) writer->apply(in, out);
+        }
+    }
+    EXPECT_EQ(allocations.count(), 0u);
+}
+
+TEST(Deadline, TruncatesToWholeMillisecondsAndSaturates) {
+    EXPECT_EQ(duration_ms(0.1), 100);
+    EXPECT_EQ(duration_ms(0.0019999), 1);
+    EXPECT_EQ(duration_ms(-0.0015), -1);
+    EXPECT_EQ(duration_ms(2147483.647), 2147483647);
+    EXPECT_EQ(duration_ms(1e12), std::numeric_limits<std::int32_t>::max());
+    EXPECT_EQ(duration_ms(std::numeric_limits<double>::infinity()),
+              std::numeric_limits<std::int32_t>::max());
+    EXPECT_EQ(duration_ms(-1e12), std::numeric_limits<std::int32_t>::min());
+    EXPECT_EQ(duration_ms(std::nan("")), 0);
+
+    const std::int64_t before = platform::monotonic_now_ns();
+    const std::int64_t deadline = deadline_after(100);
+    const std::int64_t after = platform::monotonic_now_ns();
+    EXPECT_GE(deadline, before + 100'000'000);
+    EXPECT_LE(deadline, after + 100'000'000);
+    EXPECT_GT(deadline_after(std::numeric_limits<std::int32_t>::max()), after);
+}
+
+}  // namespace
+}  // namespace gamepad
