@@ -23,8 +23,8 @@ void consume(int fd) {
     }
 }
 
-void set_timer(int fd, const itimerspec& spec) {
-    ::timerfd_settime(fd, 0, &spec, nullptr);
+void set_timer(int fd, const itimerspec& setting) {
+    ::timerfd_settime(fd, 0, &setting, nullptr);
 }
 
 }  // namespace

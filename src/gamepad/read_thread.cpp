@@ -1,0 +1,212 @@
+#include "gamepad/read_thread.h"
+
+#include <QMessageLogger>
+
+#include <algorithm>
+#include <variant>
+
+#include "backend/backend.h"
+#include "gamepad/carried_values.h"
+#include "gamepad/value_change.h"
+#include "platform/tick_timer.h"
+
+namespace gamepad {
+
+std::int32_t armable_rate(std::int32_t rate) noexcept {
+    return rate == 0 ? 1 : rate;
+}
+
+std::int32_t tick_period_ms(std::int32_t rate) noexcept {
+    return std::max<std::int32_t>(1, 1000 / armable_rate(rate));
+}
+
+ReadThread::ReadThread(Backend* backend, std::unique_ptr<platform::TickSource> ticks)
+    : control_(std::make_unique<ReadThreadControl>()),
+      gamepad_count_(backend->gamepad_count()),
+      backend_(backend),
+      input_states_(gamepad_count_),
+      output_states_(gamepad_count_),
+      gamepads_(gamepad_count_) {
+    control_->ticks = ticks ? std::move(ticks) : std::make_unique<platform::TickTimer>();
+    connect(this, &ReadThread::gamepad_changed, this, &ReadThread::collect_publication,
+            Qt::QueuedConnection);
+}
+
+ReadThread::~ReadThread() {
+    control_->state.store(ReadThreadState::Stop);
+    control_->ticks->set_event();
+    wait();
+}
+
+std::uint64_t ReadThread::add_writer(std::unique_ptr<Writer> writer) {
+    const std::uint64_t id = next_writer_id_++;
+    push_command(AddWriter{id, std::move(writer)});
+    return id;
+}
+
+void ReadThread::push_command(Command command) {
+    commands_.push(std::move(command));
+}
+
+void ReadThread::collect_publication(std::size_t gamepad) {
+    if (gamepad >= gamepad_count_) return;
+    GamepadExchange& exchange = gamepads_[gamepad];
+    collect(exchange.metadata_channel, exchange.metadata_view);
+    collect(exchange.state_channel, exchange.state_view);
+}
+
+void ReadThread::run() {
+    for (std::size_t i = 0; i < gamepad_count_; ++i) {
+        gamepads_[i].metadata_changed = true;
+        refresh_metadata(i, gamepads_[i]);
+    }
+    ReadThreadControl& control = *control_;
+    for (;;) {
+        if (control.state.load() == ReadThreadState::Run) {
+            const std::int32_t rate = armable_rate(control.rate.load());
+            if (rate != control.armed_rate) {
+                control.armed_rate = rate;
+                control.ticks->arm(tick_period_ms(rate));
+            }
+            control.ticks->wait_timer_or_event();
+        }
+        for (;;) {
+            const ReadThreadState state = control.state.load();
+            if (state == ReadThreadState::Stop) return;
+            if (state == ReadThreadState::Run) break;
+            control.ticks->cancel();
+            control.armed_rate = 0;
+            control.ticks->wait_event();
+        }
+        tick();
+    }
+}
+
+void ReadThread::tick() {
+    process_commands();
+    if (!refresh_timer_.isValid() || refresh_timer_.elapsed() >= 1000) {
+        backend_->refresh_gamepads();
+        refresh_timer_.start();
+    }
+    bool any_metadata_changed = false;
+    for (std::size_t i = 0; i < gamepad_count_; ++i) {
+        GamepadExchange& exchange = gamepads_[i];
+        std::vector<AttributeValue>& input = input_states_[i].values;
+        input.clear();
+        input.resize(exchange.metadata.attributes.size());
+        if (backend_->read_gamepad(i, input_states_[i]).testFlag(ReadFlag::MetadataChanged)) {
+            exchange.metadata_changed = true;
+            refresh_metadata(i, exchange);
+            QMessageLogger().debug("Gamepad: updated metadata of gamepad %i with %i attributes",
+                                   static_cast<int>(i),
+                                   static_cast<int>(exchange.metadata.attributes.size()));
+        }
+        std::vector<AttributeValue>& output = output_states_[i].values;
+        output.clear();
+        output.resize(exchange.metadata.attributes.size());
+        any_metadata_changed = any_metadata_changed || exchange.metadata_changed;
+    }
+    // One at a time, so that a writer that gives up is gone before the next one is asked.
+    for (std::size_t w = 0; w < writers_.size();) {
+        if (writers_[w].writer->is_active()) {
+            ++w;
+        } else {
+            writers_.erase(writers_.begin() + static_cast<std::ptrdiff_t>(w));
+        }
+    }
+    run_writers(any_metadata_changed);
+    for (std::size_t i = 0; i < gamepad_count_; ++i)
+        publish_gamepad(i);
+    if (any_metadata_changed) Q_EMIT gamepad_any_metadata_changed();
+}
+
+void ReadThread::run_writers(bool any_metadata_changed) {
+    for (WriterEntry& entry : writers_) {
+        if (any_metadata_changed) entry.writer->resolve(*backend_);
+        entry.writer->apply(input_states_, output_states_);
+    }
+}
+
+void ReadThread::process_commands() {
+    const std::unique_ptr<CommandQueue::Batch> batch = commands_.take();
+    if (!batch) return;
+    for (Command& command : *batch)
+        run_command(command);
+}
+
+void ReadThread::run_command(Command& command) {
+    if (auto* add = std::get_if<AddWriter>(&command)) {
+        add->writer->resolve(*backend_);
+        writers_.push_back({add->id, std::move(add->writer)});
+    } else if (const auto* remove = std::get_if<RemoveWriter>(&command)) {
+        const auto found = std::find_if(writers_.begin(), writers_.end(),
+                                        [&](const WriterEntry& e) { return e.id == remove->id; });
+        if (found != writers_.end()) writers_.erase(found);
+    } else if (const auto* attach = std::get_if<AttachVirtualGamepad>(&command)) {
+        std::size_t gamepad = 0;
+        const std::uint32_t result = backend_->attach_virtual_gamepad(attach->kind, gamepad);
+        if (result == 0) {
+            Q_EMIT virtual_gamepad_attach_success(gamepad);
+        } else {
+            Q_EMIT virtual_gamepad_attach_error(backend_->attach_error_text(attach->kind, result));
+        }
+    } else if (const auto* detach = std::get_if<DetachVirtualGamepad>(&command)) {
+        backend_->detach_virtual_gamepad(detach->gamepad);
+    }
+}
+
+void ReadThread::publish_gamepad(std::size_t gamepad) {
+    GamepadExchange& e = gamepads_[gamepad];
+    const GamepadState& input = input_states_[gamepad];
+    backend_->write_gamepad(gamepad, output_states_[gamepad]);
+    const std::size_t count =
+        std::min({e.metadata.attributes.size(), e.state.values.size(), input.values.size()});
+    for (std::size_t a = 0; a < count; ++a) {
+        const bool changed = attribute_value_changed(e.metadata.attributes[a].type,
+                                                     e.state.values[a], input.values[a]);
+        e.state.values[a] = input.values[a];
+        if (changed) changed_attributes_.push_back(a);
+    }
+    const bool was_connected = e.state.is_connected;
+    e.state.is_connected = input.is_connected;
+    const bool connection_changed = was_connected != input.is_connected;
+
+    if (e.metadata_changed) {
+        publish(e.metadata_channel, [&](GamepadMetadata& record) { record = e.metadata; });
+    }
+    if (connection_changed || e.metadata_changed || !changed_attributes_.empty()) {
+        publish(e.state_channel, [&](GamepadState& record) {
+            record.is_connected = input.is_connected;
+            record.values = input.values;
+        });
+        Q_EMIT gamepad_changed(gamepad);
+    }
+    if (e.metadata_changed) Q_EMIT gamepad_metadata_changed(gamepad);
+    if (connection_changed) Q_EMIT gamepad_is_connected_changed(gamepad);
+    for (const std::size_t a : changed_attributes_)
+        Q_EMIT gamepad_attribute_changed(gamepad, a);
+    changed_attributes_.clear();
+    e.metadata_changed = false;
+}
+
+void ReadThread::refresh_metadata(std::size_t gamepad, GamepadExchange& e) {
+    const CarriedValues carried(e.metadata.attributes, e.state.values);
+    e.metadata.name = backend_->gamepad_name(gamepad);
+    e.metadata.capabilities = backend_->gamepad_capabilities(gamepad);
+    const std::size_t count = backend_->attribute_count(gamepad);
+    e.metadata.attributes.resize(count);
+    e.state.values.resize(count);
+    for (std::size_t a = 0; a < count; ++a) {
+        const AttributeInfo& row = backend_->attribute_info(gamepad, a);
+        GamepadAttribute& attribute = e.metadata.attributes[a];
+        attribute.id = QByteArray(row.id);
+        attribute.type = row.type;
+        attribute.direction = row.direction;
+        attribute.label = backend_->attribute_label(gamepad, a);
+        e.state.values[a] = carried.value_for(attribute.id);
+    }
+    // Room for every attribute to change at once, so that a publish step never allocates.
+    changed_attributes_.reserve(count);
+}
+
+}  // namespace gamepad

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QThread>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "gamepad/command_queue.h"
+#include "gamepad/gamepad_exchange.h"
+#include "gamepad/read_thread_control.h"
+
+namespace gamepad {
+
+class Backend;
+
+// The polling thread. The object lives on the main thread; run() is the thread, which has no
+// event loop. Each tick it runs the commands, reads every pad, lets the writers override what
+// goes out, writes to the devices, and publishes what the pads reported if it changed. Its
+// signals are emitted on the polling thread and reach the main thread queued.
+class ReadThread : public QThread {
+    Q_OBJECT
+
+public:
+    // Main thread. Does not start the thread. Without `ticks` it ticks by the platform's timer.
+    explicit ReadThread(Backend* backend, std::unique_ptr<platform::TickSource> ticks = nullptr);
+    // Main thread. Stops and joins the thread, also a paused one, then frees what is left.
+    ~ReadThread() override;
+
+    ReadThreadControl& control() { return *control_; }
+    std::size_t gamepad_count() const { return gamepad_count_; }
+
+    // Main thread. Hands the writer over; returns its id, counting from 1.
+    std::uint64_t add_writer(std::unique_ptr<Writer> writer);
+    // Main thread.
+    void push_command(Command command);
+    // Main thread, on gamepad_changed: brings what was published for the pad into its views.
+    void collect_publication(std::size_t gamepad);
+    // Main thread: the pad's views. Only the two views may be read from there.
+    const GamepadExchange& exchange(std::size_t gamepad) const { return gamepads_[gamepad]; }
+
+Q_SIGNALS:
+    void gamepad_changed(std::size_t gamepad);
+    void gamepad_metadata_changed(std::size_t gamepad);
+    void gamepad_any_metadata_changed();
+    void gamepad_is_connected_changed(std::size_t gamepad);
+    void gamepad_attribute_changed(std::size_t gamepad, std::size_t attribute);
+    void virtual_gamepad_attach_error(QByteArray error);
+    void virtual_gamepad_attach_success(std::size_t gamepad);
+
+protected:
+    void run() override;
+
+private:
+    struct WriterEntry {
+        std::uint64_t id;
+        std::unique_ptr<Writer> writer;
+    };
+
+    // Polling thread, all of them.
+    void tick();
+    void process_commands();
+    void run_command(Command& command);
+    void run_writers(bool any_metadata_changed);
+    void publish_gamepad(std::size_t gamepad);
+    void refresh_metadata(std::size_t gamepad, GamepadExchange& exchange);
+
+    std::unique_ptr<ReadThreadControl> control_;
+    std::size_t gamepad_count_;
+    std::uint64_t next_writer_id_ = 1;  // main thread; 0 means no writer
+    Backend* backend_;
+    std::vector<std::size_t> changed_attributes_;
+    std::vector<GamepadState> input_states_;
+    std::vector<GamepadState> output_states_;
+    std::vector<WriterEntry> writers_;
+    QElapsedTimer refresh_timer_;
+    std::vector<GamepadExchange> gamepads_;
+    CommandQueue commands_;
+};
+
+}  // namespace gamepad
