@@ -36,6 +36,8 @@ ReadThread::~ReadThread() {
     control_->state.store(ReadThreadState::Stop);
     control_->ticks->set_event();
     wait();
+    // Pairs with the thread's last store: Qt's join is invisible to race detectors, this isn't.
+    control_->state.load();
 }
 
 std::uint64_t ReadThread::add_writer(std::unique_ptr<Writer> writer) {
@@ -72,7 +74,10 @@ void ReadThread::run() {
         }
         for (;;) {
             const ReadThreadState state = control.state.load();
-            if (state == ReadThreadState::Stop) return;
+            if (state == ReadThreadState::Stop) {
+                control.state.store(ReadThreadState::Stop);  // the end, for the destructor to see
+                return;
+            }
             if (state == ReadThreadState::Run) break;
             control.ticks->cancel();
             control.armed_rate = 0;

@@ -1,10 +1,13 @@
 #include "support/allocation_counter.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <new>
 
 namespace {
 thread_local std::size_t* active_count = nullptr;
+std::atomic<bool> counting_all{false};
+std::atomic<std::size_t> all_count{0};
 }  // namespace
 
 namespace testsupport {
@@ -13,8 +16,21 @@ AllocationCounter::AllocationCounter() : outer_(active_count) {
     active_count = &count_;
 }
 
+AllocationCounter::AllocationCounter(AllThreads) : all_threads_(true) {
+    all_count = 0;
+    counting_all = true;
+}
+
 AllocationCounter::~AllocationCounter() {
-    active_count = outer_;
+    if (all_threads_) {
+        counting_all = false;
+    } else {
+        active_count = outer_;
+    }
+}
+
+std::size_t AllocationCounter::count() const {
+    return all_threads_ ? all_count.load() : count_;
 }
 
 #if defined(__SANITIZE_THREAD__)
@@ -36,6 +52,7 @@ bool AllocationCounter::supported() {
 // The unaligned forms only; the library's array and nothrow forms call these.
 void* operator new(std::size_t size) {
     if (active_count != nullptr) ++*active_count;
+    if (counting_all.load(std::memory_order_relaxed)) all_count.fetch_add(1);
     if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
     throw std::bad_alloc();
 }

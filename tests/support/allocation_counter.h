@@ -4,7 +4,8 @@
 
 namespace testsupport {
 
-// Counts the calls of the global operator new that this thread makes while the counter lives.
+// Counts the calls of the global operator new that this thread (or, with `all_threads`, any
+// thread) makes while the counter lives.
 // Linking allocation_counter.cpp replaces operator new and delete in the whole test binary.
 // Qt's containers allocate with malloc and are not seen; std containers are.
 //
@@ -15,16 +16,21 @@ class AllocationCounter {
 public:
     static bool supported();
 
+    struct AllThreads {};
+    static constexpr AllThreads all_threads{};
+
     AllocationCounter();
+    explicit AllocationCounter(AllThreads);
     ~AllocationCounter();
     AllocationCounter(const AllocationCounter&) = delete;
     AllocationCounter& operator=(const AllocationCounter&) = delete;
 
-    std::size_t count() const { return count_; }
+    std::size_t count() const;
 
 private:
+    bool all_threads_ = false;
     std::size_t count_ = 0;
-    std::size_t* outer_;
+    std::size_t* outer_ = nullptr;
 };
 
 }  // namespace testsupport

@@ -1,0 +1,309 @@
+#include <QElapsedTimer>
+
+#include <gmock/gmock.h>
+
+#include <limits>
+
+#include "core_fixture.h"
+#include "gamepad/constant_writer.h"
+#include "platform/monotonic_clock.h"
+#include "support/allocation_counter.h"
+
+namespace gamepad {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class ReadThreadTest : public ::testing::Test {
+protected:
+    void start(std::vector<ScriptedPad> pads, std::int32_t rate = 240) {
+        backend = std::make_unique<ScriptedBackend>(std::move(pads));
+        auto manual = std::make_unique<ManualTicks>();
+        ticks = manual.get();
+        thread = std::make_unique<ReadThread>(backend.get(), std::move(manual));
+        log = std::make_unique<SignalLog>(*thread);
+        thread->control().rate.store(rate);
+        thread->start();
+    }
+    void step() {
+        ASSERT_TRUE(ticks->step());
+        deliver();
+    }
+    void set_values(std::size_t pad, const std::function<void(ScriptedPad&)>& change) {
+        backend->edit([&](std::vector<ScriptedPad>& pads) { change(pads[pad]); });
+    }
+
+    std::unique_ptr<ScriptedBackend> backend;
+    ManualTicks* ticks = nullptr;
+    std::unique_ptr<ReadThread> thread;
+    std::unique_ptr<SignalLog> log;
+};
+
+TEST_F(ReadThreadTest, FirstTickPublishesEveryPadAndLaterTicksOnlyWhatChanged) {
+    ScriptedPad pressed = pad_with(three_rows);
+    pressed.values[0] = AttributeValue::make_button(true);
+    start({pressed, pad_with(three_rows, false)});
+    bool pad1_empty_at_metadata0 = false;
+    QObject::connect(
+        thread.get(), &ReadThread::gamepad_metadata_changed, log.get(), [&](std::size_t i) {
+            if (i == 0) {
+                pad1_empty_at_metadata0 = thread->exchange(0).metadata_view.record != nullptr &&
+                                          thread->exchange(1).metadata_view.record == nullptr;
+            }
+        });
+    step();
+    EXPECT_THAT(log->take(), ElementsAre("changed 0", "metadata 0", "connected 0", "attribute 0 0",
+                                         "changed 1", "metadata 1", "any"));
+    EXPECT_TRUE(pad1_empty_at_metadata0);
+    const GamepadState& state1 = *thread->exchange(1).state_view.record;
+    EXPECT_FALSE(state1.is_connected);
+    EXPECT_EQ(state1.values.size(), 3u);
+    EXPECT_EQ(thread->exchange(0).metadata_view.record->attributes[2].label, "label s");
+
+    set_values(0, [](ScriptedPad& p) { p.values[0] = AttributeValue::make_button(false); });
+    step();
+    EXPECT_THAT(log->take(), ElementsAre("changed 0", "attribute 0 0"));
+    EXPECT_FALSE(thread->exchange(0).state_view.record->values[0].as_button());
+
+    set_values(1, [](ScriptedPad& p) {
+        p.connected = true;
+        p.values[2] = AttributeValue::make_stick({0.1, 0.9, 0.0});
+        p.values[1] = AttributeValue::make_trigger(0.5);
+    });
+    step();
+    EXPECT_THAT(log->take(),
+                ElementsAre("changed 1", "connected 1", "attribute 1 1", "attribute 1 2"));
+
+    step();  // nothing changed
+    EXPECT_THAT(log->take(), IsEmpty());
+}
+
+TEST_F(ReadThreadTest, AMetadataChangeCarriesValuesOverByIdAndIsLogged) {
+    start({pad_with(three_rows)});
+    set_values(0, [](ScriptedPad& p) { p.values[1] = AttributeValue::make_trigger(0.5); });
+    step();
+    log->take();
+    static QStringList messages;
+    messages.clear();
+    const QtMessageHandler previous = qInstallMessageHandler(
+        [](QtMsgType, const QMessageLogContext& context, const QString& text) {
+            if (context.file == nullptr && context.function == nullptr) messages.append(text);
+        });
+    set_values(0, [](ScriptedPad& p) {  // same attributes and values, another order
+        std::swap(p.rows[0], p.rows[1]);
+        std::swap(p.values[0], p.values[1]);
+        p.rows.push_back({"new", AttributeType::Button, AttributeDirection::Input});
+        p.values.push_back(AttributeValue::make_button(false));
+        p.metadata_changed = true;
+    });
+    step();
+    qInstallMessageHandler(previous);
+    EXPECT_THAT(log->take(), ElementsAre("changed 0", "metadata 0", "any"));
+    EXPECT_THAT(
+        messages,
+        ElementsAre(QStringLiteral("Gamepad: updated metadata of gamepad 0 with 4 attributes")));
+    const GamepadMetadata& metadata = *thread->exchange(0).metadata_view.record;
+    ASSERT_EQ(metadata.attributes.size(), 4u);
+    EXPECT_EQ(metadata.attributes[0].id, "t");
+    EXPECT_EQ(thread->exchange(0).state_view.record->values[0].as_trigger(), 0.5);
+}
+
+TEST_F(ReadThreadTest, BackendCallsComeInTickOrderFromThePollingThread) {
+    start({pad_with({three_rows[0]}), pad_with({})});
+    step();
+    const std::vector<ScriptedBackend::Call> calls = backend->calls();
+    ASSERT_FALSE(calls.empty());
+    EXPECT_EQ(calls[0].operation, "gamepad_count");  // by the constructor
+    EXPECT_EQ(calls[0].thread, std::this_thread::get_id());
+    for (const ScriptedBackend::Call& call : calls) {
+        if (call.operation != "gamepad_count") {
+            EXPECT_NE(call.thread, std::this_thread::get_id()) << call.operation;
+        }
+    }
+    EXPECT_THAT(
+        backend->take_calls(),
+        ElementsAre("gamepad_count 0", "gamepad_name 0", "gamepad_capabilities 0",
+                    "attribute_count 0", "attribute_info 0", "attribute_label 0", "gamepad_name 1",
+                    "gamepad_capabilities 1", "attribute_count 1", "refresh_gamepads 0",
+                    "read_gamepad 0", "read_gamepad 1", "write_gamepad 0", "write_gamepad 1"));
+    backend->script_attach(3, 0);
+    thread->push_command(AttachVirtualGamepad{0});
+    thread->push_command(DetachVirtualGamepad{2});
+    step();  // no refresh within a second of the last one
+    EXPECT_THAT(backend->take_calls(),
+                ElementsAre("attach 0", "attach_error_text 3", "detach 2", "read_gamepad 0",
+                            "read_gamepad 1", "write_gamepad 0", "write_gamepad 1"));
+    backend->script_attach(0, 2);
+    thread->push_command(AttachVirtualGamepad{0});
+    step();
+    EXPECT_THAT(log->take(),
+                ElementsAre("changed 0", "metadata 0", "connected 0", "changed 1", "metadata 1",
+                            "connected 1", "any", "attach error error 3", "attach success 2"));
+}
+
+// Logs what the thread does with it, and holds its button at `pressed` while active.
+class RecordingWriter : public Writer {
+public:
+    RecordingWriter(std::vector<std::string>& log, std::string name, bool active, bool pressed)
+        : log_(log), name_(std::move(name)), active_(active), pressed_(pressed) {}
+    ~RecordingWriter() override { log_.push_back("~" + name_); }
+    bool is_active() override {
+        log_.push_back("active " + name_);
+        return active_;
+    }
+    void resolve(Backend&) override { log_.push_back("resolve " + name_); }
+    void apply(const std::vector<GamepadState>&, std::vector<GamepadState>& out) override {
+        log_.push_back("apply " + name_);
+        out[0].values[0] = AttributeValue::make_button(pressed_);
+    }
+
+private:
+    std::vector<std::string>& log_;
+    std::string name_;
+    bool active_;
+    bool pressed_;
+};
+
+TEST_F(ReadThreadTest, WritersAreResolvedCheckedAndAppliedInArrivalOrder) {
+    start({pad_with(three_rows)});
+    std::vector<std::string> calls;  // written by the polling thread, read between steps
+    const auto writer = [&](const char* name, bool active = true, bool pressed = true) {
+        return std::make_unique<RecordingWriter>(calls, name, active, pressed);
+    };
+    const auto take = [&] { return std::exchange(calls, {}); };
+    const std::uint64_t first = thread->add_writer(writer("1"));
+    EXPECT_EQ(first, 1u);
+    step();  // the first tick: every pad's metadata counts as changed
+    EXPECT_THAT(take(), ElementsAre("resolve 1", "active 1", "resolve 1", "apply 1"));
+
+    const std::uint64_t second = thread->add_writer(writer("2", true, false));
+    thread->add_writer(writer("gone", false));
+    step();
+    EXPECT_THAT(take(), ElementsAre("resolve 2", "resolve gone", "active 1", "active 2",
+                                    "active gone", "~gone", "apply 1", "apply 2"));
+    EXPECT_FALSE(backend->written(0).values[0].as_button());  // the later writer wins
+
+    const std::uint64_t fourth = thread->add_writer(writer("4"));
+    set_values(0, [](ScriptedPad& p) { p.metadata_changed = true; });
+    step();
+    EXPECT_THAT(take(), ElementsAre("resolve 4", "active 1", "active 2", "active 4", "resolve 1",
+                                    "apply 1", "resolve 2", "apply 2", "resolve 4", "apply 4"));
+
+    thread->push_command(RemoveWriter{second});
+    const std::uint64_t fifth = thread->add_writer(writer("5"));
+    thread->push_command(RemoveWriter{fifth});
+    thread->push_command(RemoveWriter{999});
+    step();
+    EXPECT_THAT(take(),
+                ElementsAre("~2", "resolve 5", "~5", "active 1", "active 4", "apply 1", "apply 4"));
+    EXPECT_GT(fourth, second);
+    thread.reset();
+    EXPECT_THAT(take(), ElementsAre("~1", "~4"));
+}
+
+TEST_F(ReadThreadTest, SteadyTicksAllocatePublishAndEmitNothing) {
+    if (!testsupport::AllocationCounter::supported()) GTEST_SKIP() << "no counting allocator";
+    std::vector<AttributeInfo> rows;
+    for (int i = 0; i < 23; ++i)
+        rows.push_back(three_rows[static_cast<std::size_t>(i % 3)]);
+    start({pad_with(rows), pad_with(rows), pad_with(rows), pad_with(rows)}, 1000);
+    for (std::size_t pad = 0; pad < 4; ++pad) {
+        thread->add_writer(
+            std::make_unique<ConstantWriter>(pad, "t", AttributeValue::make_trigger(0.5),
+                                             platform::monotonic_now_ns() + 3'600'000'000'000));
+    }
+    backend->set_recording(false);
+    for (int i = 0; i < 3; ++i)
+        step();
+    log->take();
+
+    testsupport::AllocationCounter allocations(testsupport::AllocationCounter::all_threads);
+    for (int i = 0; i < 50; ++i)
+        ASSERT_TRUE(ticks->step());
+    EXPECT_EQ(allocations.count(), 0u);
+    deliver();
+    EXPECT_THAT(log->take(), IsEmpty());
+    EXPECT_EQ(backend->written(3).values[1].as_trigger(), 0.5);  // the first "t"
+}
+
+TEST_F(ReadThreadTest, AnyRateArmsAWholeMillisecondPeriodAndNeverStalls) {
+    const std::pair<std::int32_t, std::int32_t> periods[] = {
+        {1, 1000},
+        {240, 4},
+        {250, 4},
+        {251, 3},
+        {333, 3},
+        {334, 2},
+        {500, 2},
+        {501, 1},
+        {1000, 1},
+        {5000, 1},
+        {-5, 1},
+        {0, 1000},
+        {std::numeric_limits<std::int32_t>::min(), 1},
+        {std::numeric_limits<std::int32_t>::max(), 1}};
+    for (const auto& [rate, period] : periods)
+        EXPECT_EQ(tick_period_ms(rate), period) << rate;
+
+    start({pad_with(three_rows)}, 240);
+    step();
+    thread->control().rate.store(0);
+    step();
+    step();
+    thread->control().rate.store(1);  // the same period as 0: no new arming
+    step();
+    thread->control().rate.store(-7);
+    step();
+    EXPECT_THAT(ticks->armed(), ElementsAre(4, 1000, 1));
+}
+
+TEST_F(ReadThreadTest, PauseStopsTheWorkAndResumeRunsTheWaitingCommandsAtOnce) {
+    start({pad_with(three_rows)});
+    step();
+    ReadThreadState running = ReadThreadState::Run;
+    ASSERT_TRUE(thread->control().state.compare_exchange_strong(running, ReadThreadState::Pause));
+    ASSERT_TRUE(ticks->step());  // wakes, sees the pause, and sleeps on the event
+    EXPECT_TRUE(ticks->wait_until(ManualTicks::Waiting::Event));
+    EXPECT_EQ(ticks->cancels(), 1);
+    backend->take_calls();
+    thread->push_command(DetachVirtualGamepad{0});
+
+    ReadThreadState paused = ReadThreadState::Pause;
+    ASSERT_TRUE(thread->control().state.compare_exchange_strong(paused, ReadThreadState::Run));
+    thread->control().ticks->set_event();
+    ASSERT_TRUE(ticks->wait_until(ManualTicks::Waiting::TimerOrEvent));
+    EXPECT_THAT(backend->take_calls(),
+                ElementsAre("detach 0", "read_gamepad 0", "write_gamepad 0"));
+    EXPECT_THAT(ticks->armed(), ElementsAre(4, 4));  // armed anew after the pause
+
+    running = ReadThreadState::Run;
+    thread->control().state.compare_exchange_strong(running, ReadThreadState::Pause);
+    ASSERT_TRUE(ticks->step());
+    thread.reset();  // returns although the thread sleeps on its event
+    EXPECT_THAT(backend->take_calls(), IsEmpty());
+}
+
+TEST(ReadThreadOnTheRealTimer, TicksAtItsRateAndStopsWhilePaused) {
+    ScriptedBackend backend({pad_with(three_rows)});
+    ReadThread thread(&backend);
+    thread.control().rate.store(1000);
+    thread.start();
+    QElapsedTimer clock;
+    clock.start();
+    const auto reads = [&] {
+        std::size_t count = 0;
+        for (const auto& call : backend.calls())
+            count += call.operation == "read_gamepad";
+        return count;
+    };
+    while (reads() < 20 && clock.elapsed() < 5000)
+        QThread::msleep(5);
+    EXPECT_GE(reads(), 20u);
+    EXPECT_GE(clock.elapsed(), 15);  // 1 ms a tick at best
+    ReadThreadState running = ReadThreadState::Run;
+    thread.control().state.compare_exchange_strong(running, ReadThreadState::Pause);
+}
+
+}  // namespace
+}  // namespace gamepad

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <vector>
+
+#include "platform/tick_source.h"
+
+namespace testsupport {
+
+// A tick source that a test steps by hand: the timer fires only when the test says so, and the
+// test learns when the thread is back at its wait, its tick done.
+class ManualTicks : public platform::TickSource {
+public:
+    enum class Waiting { Nothing, TimerOrEvent, Event };
+
+    // Test side. Fires the timer once and returns when that tick is over and the thread waits
+    // again. False if the thread didn't get there within a few seconds.
+    bool step();
+    // Test side. Waits until the thread waits on `what`, for a few seconds at most.
+    bool wait_until(Waiting what);
+    // The periods the thread armed, in order, and how often it cancelled.
+    std::vector<std::int32_t> armed() const;
+    int cancels() const;
+
+    void arm(std::int32_t period_ms) override;
+    void cancel() override;
+    void wait_timer_or_event() override;
+    void wait_event() override;
+    void set_event() override;
+
+private:
+    template <typename Ready>
+    bool wait_for(std::unique_lock<std::mutex>& lock, Ready ready);
+
+    mutable std::mutex mutex_;
+    std::condition_variable changed_;
+    bool fired_ = false;
+    bool event_ = false;
+    Waiting waiting_ = Waiting::Nothing;
+    std::uint64_t wakeups_ = 0;
+    std::vector<std::int32_t> armed_;
+    int cancels_ = 0;
+};
+
+}  // namespace testsupport
