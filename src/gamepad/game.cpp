@@ -5,8 +5,6 @@
 
 namespace gamepad {
 
-Game::Game() : Game(CoreSeams{[] { return create_backend(); }, nullptr}) {}
-
 Game::Game(CoreSeams seams) : impl_(std::make_unique<Impl>(std::move(seams))) {}
 
 Game::~Game() = default;

@@ -19,15 +19,15 @@ struct CoreSeams {
 };
 
 // The entry object of the gamepad core, one per plug-in. Starts nothing by itself: the core
-// runs while someone holds a Gamepads from Impl::use. Main thread.
+// runs while someone holds a Gamepads from Impl::use. Main thread. It has no signals, so no meta
+// object either: that keeps the platform's backend, which Game() names, out of programs that
+// bring their own.
 class Game : public QObject {
-    Q_OBJECT
-
 public:
     class Impl;
     class GamepadImpl;
 
-    // The platform's backend and timer.
+    // The platform's backend and timer. Defined apart, in game_default.cpp.
     Game();
     explicit Game(CoreSeams seams);
     // Every Gamepads must be gone by now.
