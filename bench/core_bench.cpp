@@ -29,6 +29,7 @@
 #include "gamepad/read_thread.h"
 #include "platform/monotonic_clock.h"
 #include "platform/tick_timer.h"
+#include "support/list_backend.h"
 
 namespace gamepad {
 namespace {
@@ -41,30 +42,22 @@ std::int64_t thread_cpu_ns() {
 
 // Four connected pads with the full attribute table. Pad 0's first button follows `pressed`;
 // every read of pad 0 stamps the time and the polling thread's CPU clock.
-class BenchBackend : public Backend {
+class BenchBackend : public testsupport::ListBackend {
 public:
     std::atomic<bool> pressed{false};
     std::atomic<std::int64_t> cpu_ns{0};
     std::vector<std::int64_t> wakeups;  // polling thread only, while `stamping`
     bool stamping = false;
 
-    BenchBackend() { wakeups.reserve(1 << 16); }
-    std::size_t virtual_gamepad_count() override { return 0; }
-    QByteArray virtual_gamepad_name(std::size_t) override { return {}; }
-    std::uint32_t attach_virtual_gamepad(std::size_t, std::size_t&) override { return 1; }
-    QByteArray attach_error_text(std::size_t, std::uint32_t) override { return {}; }
-    bool can_hide_feed_gamepad() override { return false; }
-    void hide_feed_gamepad() override {}
-    std::size_t gamepad_count() override { return 4; }
-    QByteArray gamepad_name(std::size_t) override { return "pad"; }
-    GamepadCapabilities gamepad_capabilities(std::size_t) override { return {}; }
-    std::size_t attribute_count(std::size_t) override { return attribute_rows.size(); }
-    const AttributeInfo& attribute_info(std::size_t, std::size_t position) override {
-        return attribute_rows[position].info;
+    BenchBackend() : ListBackend(std::vector<std::vector<AttributeInfo>>(4, all_rows())) {
+        wakeups.reserve(1 << 16);
     }
-    QByteArray attribute_label(std::size_t, std::size_t) override { return "label"; }
-    void detach_virtual_gamepad(std::size_t) override {}
-    void refresh_gamepads() override {}
+    static std::vector<AttributeInfo> all_rows() {
+        std::vector<AttributeInfo> rows;
+        for (const AttributeRow& row : attribute_rows)
+            rows.push_back(row.info);
+        return rows;
+    }
     ReadFlags read_gamepad(std::size_t pad, GamepadState& state) override {
         state.is_connected = true;
         for (std::size_t a = 0; a < state.values.size(); ++a) {
