@@ -1,0 +1,169 @@
+// The control API: what tests and hosts do to the machine.
+
+#include <functional>
+
+#include "kernel.h"
+#include "machine.h"
+
+namespace zestsim {
+
+using detail::Kernel;
+using detail::Machine;
+using detail::PadSlot;
+
+namespace detail {
+
+Machine& Machine::get() {
+    static Machine machine;
+    return machine;
+}
+
+}  // namespace detail
+
+namespace {
+
+constexpr std::uint16_t all_buttons = 0xF3FF;  // what a wired pad reports: no guide, no 0x0800
+constexpr std::int16_t full_axis = static_cast<std::int16_t>(0xFFC0);
+
+// Runs `change` on the slot of `user` under the kernel lock; nothing for an index out of range.
+void with_slot(std::size_t user, const std::function<void(PadSlot&)>& change) {
+    if (user >= user_count) return;
+    Kernel& kernel = Kernel::get();
+    std::lock_guard lock(kernel.mutex);
+    change(Machine::get().pads[user]);
+    kernel.changed.notify_all();
+}
+
+PadSlot read_slot(std::size_t user) {
+    PadSlot copy;
+    with_slot(user, [&](PadSlot& slot) { copy = slot; });
+    return copy;
+}
+
+void change_state(std::size_t user, const std::function<void(PadState&)>& change) {
+    with_slot(user, [&](PadSlot& slot) {
+        change(slot.state);
+        ++slot.packet;
+    });
+}
+
+}  // namespace
+
+Capabilities default_capabilities(Subtype subtype) {
+    Capabilities c;
+    c.subtype = static_cast<std::uint8_t>(subtype);
+    switch (subtype) {
+        case Subtype::Guitar:
+        case Subtype::GuitarAlternate:
+        case Subtype::GuitarBass:
+            c.buttons = 0xF133;  // frets, strum, start, back, the orange fret
+            c.thumb_rx = full_axis;
+            c.thumb_ry = full_axis;
+            return c;
+        case Subtype::DrumKit:
+            c.buttons = 0xF33F;  // pads, pedal, d-pad, start, back
+            return c;
+        case Subtype::Wheel:
+            c.buttons = all_buttons;
+            c.left_trigger = c.right_trigger = 0xFF;  // pedals
+            c.thumb_lx = full_axis;                   // the wheel
+            c.left_motor = c.right_motor = 0xFFFF;
+            return c;
+        case Subtype::FlightStick:
+            c.buttons = all_buttons;
+            c.left_trigger = c.right_trigger = 0xFF;
+            c.thumb_lx = c.thumb_ly = c.thumb_rx = c.thumb_ry = full_axis;
+            return c;
+        default:
+            c.buttons = all_buttons;
+            c.left_trigger = c.right_trigger = 0xFF;
+            c.thumb_lx = c.thumb_ly = c.thumb_rx = c.thumb_ry = full_axis;
+            c.left_motor = c.right_motor = 0xFFFF;
+            return c;
+    }
+}
+
+void reset() {
+    Kernel& kernel = Kernel::get();
+    std::lock_guard lock(kernel.mutex);
+    Machine::get() = Machine();
+    kernel.clear_counts();
+    kernel.changed.notify_all();
+}
+
+void plug_pad(std::size_t user, Subtype subtype) {
+    plug_pad(user, default_capabilities(subtype));
+}
+
+void plug_pad(std::size_t user, const Capabilities& capabilities) {
+    with_slot(user, [&](PadSlot& slot) {
+        slot = PadSlot();
+        slot.plugged = true;
+        slot.capabilities = capabilities;
+    });
+}
+
+void unplug_pad(std::size_t user) {
+    with_slot(user, [](PadSlot& slot) {
+        const Vibration kept = slot.vibration;
+        slot = PadSlot();
+        slot.vibration = kept;
+    });
+}
+
+bool is_plugged(std::size_t user) {
+    return read_slot(user).plugged;
+}
+
+void set_pad_state(std::size_t user, const PadState& state) {
+    change_state(user, [&](PadState& s) { s = state; });
+}
+
+void press(std::size_t user, std::uint16_t buttons, bool down) {
+    change_state(user, [&](PadState& s) {
+        s.buttons = static_cast<std::uint16_t>(down ? s.buttons | buttons : s.buttons & ~buttons);
+    });
+}
+
+void set_triggers(std::size_t user, std::uint8_t left, std::uint8_t right) {
+    change_state(user, [&](PadState& s) {
+        s.left_trigger = left;
+        s.right_trigger = right;
+    });
+}
+
+void set_sticks(std::size_t user, std::int16_t lx, std::int16_t ly, std::int16_t rx,
+                std::int16_t ry) {
+    change_state(user, [&](PadState& s) {
+        s.thumb_lx = lx;
+        s.thumb_ly = ly;
+        s.thumb_rx = rx;
+        s.thumb_ry = ry;
+    });
+}
+
+PadState pad_state(std::size_t user) {
+    return read_slot(user).state;
+}
+
+Vibration vibration(std::size_t user) {
+    return read_slot(user).vibration;
+}
+
+void fail_capabilities(bool fail) {
+    Kernel& kernel = Kernel::get();
+    std::lock_guard lock(kernel.mutex);
+    Machine::get().fail_capabilities = fail;
+}
+
+std::uint64_t calls(const std::string& function) {
+    return calls(function, Kernel::no_user);
+}
+
+std::uint64_t calls(const std::string& function, std::size_t user) {
+    Kernel& kernel = Kernel::get();
+    std::lock_guard lock(kernel.mutex);
+    return kernel.calls(function, user);
+}
+
+}  // namespace zestsim

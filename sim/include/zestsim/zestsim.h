@@ -1,0 +1,89 @@
+#pragma once
+
+// The control side of the simulated machine: what a person would do with the pads in their
+// hands, and what a test wants to know about the machine. Every function is thread-safe.
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace zestsim {
+
+constexpr std::size_t user_count = 4;
+
+// XInput device subtypes, as the pad reports them.
+enum class Subtype : std::uint8_t {
+    Gamepad = 1,
+    Wheel = 2,
+    ArcadeStick = 3,
+    FlightStick = 4,
+    DancePad = 5,
+    Guitar = 6,
+    GuitarAlternate = 7,
+    DrumKit = 8,
+    GuitarBass = 11,
+    ArcadePad = 19,
+};
+
+// What XInputGetCapabilities reports: a nonzero field means the pad has that control.
+struct Capabilities {
+    std::uint8_t type = 1;
+    std::uint8_t subtype = 1;
+    std::uint16_t flags = 0;
+    std::uint16_t buttons = 0;
+    std::uint8_t left_trigger = 0;
+    std::uint8_t right_trigger = 0;
+    std::int16_t thumb_lx = 0;
+    std::int16_t thumb_ly = 0;
+    std::int16_t thumb_rx = 0;
+    std::int16_t thumb_ry = 0;
+    std::uint16_t left_motor = 0;
+    std::uint16_t right_motor = 0;
+};
+
+// The capabilities a wired Xbox 360 pad reports, and sensible ones for other kinds of device.
+Capabilities default_capabilities(Subtype subtype);
+
+// A pad's controls, as XInputGetState reports them (the guide bit 0x0400 included here; the
+// public function hides it).
+struct PadState {
+    std::uint16_t buttons = 0;
+    std::uint8_t left_trigger = 0;
+    std::uint8_t right_trigger = 0;
+    std::int16_t thumb_lx = 0;
+    std::int16_t thumb_ly = 0;
+    std::int16_t thumb_rx = 0;
+    std::int16_t thumb_ry = 0;
+};
+
+struct Vibration {
+    std::uint16_t left = 0;
+    std::uint16_t right = 0;
+};
+
+// Back to a new machine: no pads, the bus driver installed with one working interface, no
+// faults, counters at zero. Pending requests are cancelled.
+void reset();
+
+// Pads on user indices 0 to 3. Plugging an occupied index replaces the pad.
+void plug_pad(std::size_t user, Subtype subtype);
+void plug_pad(std::size_t user, const Capabilities& capabilities);
+void unplug_pad(std::size_t user);
+bool is_plugged(std::size_t user);
+void set_pad_state(std::size_t user, const PadState& state);
+void press(std::size_t user, std::uint16_t buttons, bool down);
+void set_triggers(std::size_t user, std::uint8_t left, std::uint8_t right);
+void set_sticks(std::size_t user, std::int16_t lx, std::int16_t ly, std::int16_t rx,
+                std::int16_t ry);
+PadState pad_state(std::size_t user);
+// What XInputSetState last gave the pad on this index.
+Vibration vibration(std::size_t user);
+
+// Faults of the XInput side.
+void fail_capabilities(bool fail);
+
+// Calls made so far of a Win32 function, by its name ("XInputGetState"), and for one user index.
+std::uint64_t calls(const std::string& function);
+std::uint64_t calls(const std::string& function, std::size_t user);
+
+}  // namespace zestsim

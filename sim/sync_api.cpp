@@ -1,0 +1,149 @@
+// Events, waits, threads and handles, by their Win32 names.
+
+#include <chrono>
+#include <thread>
+#include <vector>
+
+#include "kernel.h"
+
+using zestsim::detail::Event;
+using zestsim::detail::Kernel;
+using zestsim::detail::set_last_error;
+using zestsim::detail::ThreadObject;
+using zestsim::detail::Waitable;
+
+namespace {
+
+HANDLE create_event(BOOL manual_reset, BOOL initial_state) {
+    Kernel& kernel = Kernel::get();
+    std::lock_guard lock(kernel.mutex);
+    kernel.count("CreateEvent");
+    return kernel.add(std::make_shared<Event>(manual_reset != FALSE, initial_state != FALSE));
+}
+
+BOOL change_event(HANDLE handle, bool set, const char* function) {
+    Kernel& kernel = Kernel::get();
+    std::lock_guard lock(kernel.mutex);
+    kernel.count(function);
+    const std::shared_ptr<Event> event = kernel.find<Event>(handle);
+    if (!event) {
+        set_last_error(ERROR_INVALID_HANDLE);
+        return FALSE;
+    }
+    event->set = set;
+    kernel.changed.notify_all();
+    return TRUE;
+}
+
+// Any-of: the lowest signalled index wins and only that object is acquired. All-of: every
+// object must be signalled at once, and all are acquired.
+DWORD wait_for(DWORD count, const HANDLE* handles, bool all, DWORD milliseconds) {
+    Kernel& kernel = Kernel::get();
+    std::unique_lock lock(kernel.mutex);
+    kernel.count(count == 1 && !all ? "WaitForSingleObject" : "WaitForMultipleObjects");
+    if (count == 0 || count > MAXIMUM_WAIT_OBJECTS || handles == nullptr) {
+        set_last_error(ERROR_INVALID_PARAMETER);
+        return WAIT_FAILED;
+    }
+    std::vector<std::shared_ptr<Waitable>> objects;
+    for (DWORD i = 0; i < count; ++i) {
+        objects.push_back(kernel.find<Waitable>(handles[i]));
+        if (!objects.back()) {
+            set_last_error(ERROR_INVALID_HANDLE);
+            return WAIT_FAILED;
+        }
+    }
+    DWORD result = WAIT_TIMEOUT;
+    const auto ready = [&] {
+        if (all) {
+            for (const auto& object : objects) {
+                if (!object->signaled()) return false;
+            }
+            for (const auto& object : objects)
+                object->acquire();
+            result = WAIT_OBJECT_0;
+            return true;
+        }
+        for (DWORD i = 0; i < count; ++i) {
+            if (objects[i]->signaled()) {
+                objects[i]->acquire();
+                result = WAIT_OBJECT_0 + i;
+                return true;
+            }
+        }
+        return false;
+    };
+    if (milliseconds == INFINITE) {
+        kernel.changed.wait(lock, ready);
+    } else {
+        kernel.changed.wait_for(lock, std::chrono::milliseconds(milliseconds), ready);
+    }
+    return result;
+}
+
+}  // namespace
+
+extern "C" {
+
+HANDLE WINAPI CreateEventA(LPSECURITY_ATTRIBUTES, BOOL bManualReset, BOOL bInitialState, LPCSTR) {
+    return create_event(bManualReset, bInitialState);
+}
+
+HANDLE WINAPI CreateEventW(LPSECURITY_ATTRIBUTES, BOOL bManualReset, BOOL bInitialState, LPCWSTR) {
+    return create_event(bManualReset, bInitialState);
+}
+
+BOOL WINAPI SetEvent(HANDLE hEvent) {
+    return change_event(hEvent, true, "SetEvent");
+}
+
+BOOL WINAPI ResetEvent(HANDLE hEvent) {
+    return change_event(hEvent, false, "ResetEvent");
+}
+
+DWORD WINAPI WaitForSingleObject(HANDLE hHandle, DWORD dwMilliseconds) {
+    return wait_for(1, &hHandle, false, dwMilliseconds);
+}
+
+DWORD WINAPI WaitForMultipleObjects(DWORD nCount, const HANDLE* lpHandles, BOOL bWaitAll,
+                                    DWORD dwMilliseconds) {
+    return wait_for(nCount, lpHandles, bWaitAll != FALSE, dwMilliseconds);
+}
+
+HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE lpStartAddress,
+                           LPVOID lpParameter, DWORD, LPDWORD lpThreadId) {
+    Kernel& kernel = Kernel::get();
+    auto thread = std::make_shared<ThreadObject>();
+    HANDLE handle;
+    {
+        std::lock_guard lock(kernel.mutex);
+        kernel.count("CreateThread");
+        handle = kernel.add(thread);
+    }
+    if (lpThreadId != nullptr)
+        *lpThreadId = static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(handle));
+    // The object outlives a closed handle, so the thread can always report its end.
+    std::thread([thread, lpStartAddress, lpParameter] {
+        lpStartAddress(lpParameter);
+        Kernel& kernel = Kernel::get();
+        std::lock_guard lock(kernel.mutex);
+        thread->finished = true;
+        kernel.changed.notify_all();
+    }).detach();
+    return handle;
+}
+
+BOOL WINAPI CloseHandle(HANDLE hObject) {
+    Kernel& kernel = Kernel::get();
+    std::lock_guard lock(kernel.mutex);
+    kernel.count("CloseHandle");
+    const std::shared_ptr<zestsim::detail::KernelObject> object = kernel.remove(hObject);
+    if (!object) {
+        set_last_error(ERROR_INVALID_HANDLE);
+        return FALSE;
+    }
+    object->closed();
+    kernel.changed.notify_all();
+    return TRUE;
+}
+}

@@ -1,0 +1,79 @@
+// XInput by its Win32 names, over the machine's four user indices.
+
+#include "kernel.h"
+#include "machine.h"
+
+using zestsim::detail::Kernel;
+using zestsim::detail::Machine;
+using zestsim::detail::PadSlot;
+
+namespace {
+
+constexpr DWORD error_bad_arguments = 160;
+constexpr WORD guide_button = 0x0400;  // reported only through a private entry point
+
+// The slot of `user` under the kernel lock, or null with the XInput error to return.
+PadSlot* slot_of(DWORD user, DWORD& error) {
+    if (user >= zestsim::user_count) {
+        error = error_bad_arguments;
+        return nullptr;
+    }
+    PadSlot& slot = Machine::get().pads[user];
+    error = slot.plugged ? ERROR_SUCCESS : ERROR_DEVICE_NOT_CONNECTED;
+    return slot.plugged ? &slot : nullptr;
+}
+
+XINPUT_GAMEPAD to_gamepad(std::uint16_t buttons, std::uint8_t left, std::uint8_t right,
+                          std::int16_t lx, std::int16_t ly, std::int16_t rx, std::int16_t ry) {
+    return XINPUT_GAMEPAD{buttons, left, right, lx, ly, rx, ry};
+}
+
+}  // namespace
+
+extern "C" {
+
+DWORD WINAPI XInputGetState(DWORD dwUserIndex, XINPUT_STATE* pState) {
+    Kernel& kernel = Kernel::get();
+    std::lock_guard lock(kernel.mutex);
+    kernel.count("XInputGetState", dwUserIndex);
+    DWORD error = ERROR_SUCCESS;
+    const PadSlot* slot = slot_of(dwUserIndex, error);
+    if (slot == nullptr || pState == nullptr) return slot ? ERROR_INVALID_PARAMETER : error;
+    const zestsim::PadState& s = slot->state;
+    pState->dwPacketNumber = slot->packet;
+    pState->Gamepad = to_gamepad(static_cast<WORD>(s.buttons & ~guide_button), s.left_trigger,
+                                 s.right_trigger, s.thumb_lx, s.thumb_ly, s.thumb_rx, s.thumb_ry);
+    return ERROR_SUCCESS;
+}
+
+DWORD WINAPI XInputSetState(DWORD dwUserIndex, XINPUT_VIBRATION* pVibration) {
+    Kernel& kernel = Kernel::get();
+    std::lock_guard lock(kernel.mutex);
+    kernel.count("XInputSetState", dwUserIndex);
+    DWORD error = ERROR_SUCCESS;
+    PadSlot* slot = slot_of(dwUserIndex, error);
+    if (slot == nullptr || pVibration == nullptr) return slot ? ERROR_INVALID_PARAMETER : error;
+    slot->vibration = {pVibration->wLeftMotorSpeed, pVibration->wRightMotorSpeed};
+    return ERROR_SUCCESS;
+}
+
+DWORD WINAPI XInputGetCapabilities(DWORD dwUserIndex, DWORD dwFlags,
+                                   XINPUT_CAPABILITIES* pCapabilities) {
+    Kernel& kernel = Kernel::get();
+    std::lock_guard lock(kernel.mutex);
+    kernel.count("XInputGetCapabilities", dwUserIndex);
+    DWORD error = ERROR_SUCCESS;
+    const PadSlot* slot = slot_of(dwUserIndex, error);
+    if (dwFlags > 1 || pCapabilities == nullptr) return error_bad_arguments;
+    if (slot == nullptr) return error;
+    if (Machine::get().fail_capabilities) return ERROR_DEVICE_NOT_CONNECTED;
+    const zestsim::Capabilities& c = slot->capabilities;
+    pCapabilities->Type = c.type;
+    pCapabilities->SubType = c.subtype;
+    pCapabilities->Flags = c.flags;
+    pCapabilities->Gamepad = to_gamepad(c.buttons, c.left_trigger, c.right_trigger, c.thumb_lx,
+                                        c.thumb_ly, c.thumb_rx, c.thumb_ry);
+    pCapabilities->Vibration = {c.left_motor, c.right_motor};
+    return ERROR_SUCCESS;
+}
+}

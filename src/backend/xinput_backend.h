@@ -1,0 +1,66 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "backend/backend.h"
+#include "backend/backend_constants.h"
+
+struct XINPUT_CAPABILITIES;
+
+namespace gamepad {
+
+// One XInput user index as the backend last saw it.
+struct GamepadSlot {
+    bool connected = false;
+    bool needs_poll = false;              // poll at the next read although not connected
+    std::vector<std::size_t> attributes;  // the pad's rows, ascending; empty while not connected
+    std::uint8_t subtype = 0;
+    struct {
+        std::uint16_t left = 0;
+        std::uint16_t right = 0;
+    } vibration;  // what XInputSetState was last given; kept through a disconnection
+};
+
+// The four XInput pads. Only a connected pad is polled every tick; an empty slot once after
+// each refresh. Reads and writes run on the polling thread and take no lock.
+class XInputBackend : public Backend {
+public:
+    ~XInputBackend() override;
+
+    std::size_t virtual_gamepad_count() override { return 0; }
+    // Unreachable here: this backend offers no virtual pad.
+    QByteArray virtual_gamepad_name(std::size_t) override { return {}; }
+    std::uint32_t attach_virtual_gamepad(std::size_t, std::size_t&) override { return 1; }
+    QByteArray attach_error_text(std::size_t, std::uint32_t) override { return {}; }
+    void detach_virtual_gamepad(std::size_t) override {}
+
+    std::size_t gamepad_count() override { return xinput_pad_count; }
+    QByteArray gamepad_name(std::size_t pad) override;
+    GamepadCapabilities gamepad_capabilities(std::size_t pad) override;
+    std::size_t attribute_count(std::size_t pad) override;
+    const AttributeInfo& attribute_info(std::size_t pad, std::size_t position) override;
+    QByteArray attribute_label(std::size_t pad, std::size_t position) override;
+    void refresh_gamepads() override;
+    ReadFlags read_gamepad(std::size_t pad, GamepadState& state) override;
+    void write_gamepad(std::size_t pad, const GamepadState& state) override;
+
+    const GamepadSlot& slot(std::size_t pad) const { return slots_[pad]; }
+
+    // The rows that a pad with these capabilities has, appended to an empty list.
+    static void scan_features(const XINPUT_CAPABILITIES& capabilities,
+                              std::vector<std::size_t>& attributes);
+
+protected:
+    // The attribute table's row at `position` of the pad's present list.
+    std::size_t row_at(std::size_t pad, std::size_t position) const;
+
+    std::array<GamepadSlot, xinput_pad_count> slots_;
+};
+
+// A signed 16-bit axis as -1.0 .. 1.0, both ends reached exactly.
+double decode_axis(std::int16_t axis) noexcept;
+
+}  // namespace gamepad

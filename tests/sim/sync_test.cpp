@@ -1,0 +1,75 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include "platform/win32.h"
+#include "zestsim/zestsim.h"
+
+namespace {
+
+TEST(SimulatedSync, EventsWakeTheLowestIndexAndAutoResetOnlyWhatAWaitTook) {
+    HANDLE manual = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    HANDLE automatic = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    HANDLE both[] = {manual, automatic};
+    EXPECT_EQ(WaitForMultipleObjects(2, both, FALSE, 0), static_cast<DWORD>(WAIT_TIMEOUT));
+
+    ASSERT_TRUE(SetEvent(automatic));
+    ASSERT_TRUE(SetEvent(manual));
+    EXPECT_EQ(WaitForMultipleObjects(2, both, FALSE, 0), WAIT_OBJECT_0);  // lowest index
+    EXPECT_EQ(WaitForMultipleObjects(2, both, FALSE, 0), WAIT_OBJECT_0);  // manual stays set
+    ASSERT_TRUE(ResetEvent(manual));
+    EXPECT_EQ(WaitForMultipleObjects(2, both, FALSE, 0), WAIT_OBJECT_0 + 1);  // kept while unused
+    EXPECT_EQ(WaitForSingleObject(automatic, 0), static_cast<DWORD>(WAIT_TIMEOUT));  // consumed
+
+    ASSERT_TRUE(SetEvent(automatic));
+    EXPECT_EQ(WaitForMultipleObjects(2, both, TRUE, 0), static_cast<DWORD>(WAIT_TIMEOUT));
+    ASSERT_TRUE(SetEvent(manual));
+    EXPECT_EQ(WaitForMultipleObjects(2, both, TRUE, 0), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(automatic, 0), static_cast<DWORD>(WAIT_TIMEOUT));
+
+    std::thread setter([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        SetEvent(automatic);
+    });
+    EXPECT_EQ(WaitForSingleObject(automatic, INFINITE), WAIT_OBJECT_0);
+    setter.join();
+    EXPECT_TRUE(CloseHandle(manual));
+    EXPECT_TRUE(CloseHandle(automatic));
+}
+
+TEST(SimulatedSync, BadHandlesGiveTheWin32ErrorAndNeverCrash) {
+    HANDLE event = CreateEventA(nullptr, FALSE, FALSE, nullptr);
+    ASSERT_TRUE(CloseHandle(event));
+    SetLastError(0);
+    EXPECT_FALSE(CloseHandle(event));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
+    EXPECT_FALSE(SetEvent(event));
+    EXPECT_EQ(WaitForSingleObject(event, 0), WAIT_FAILED);
+    EXPECT_EQ(WaitForSingleObject(nullptr, INFINITE), WAIT_FAILED);
+    EXPECT_EQ(WaitForSingleObject(INVALID_HANDLE_VALUE, 0), WAIT_FAILED);
+    EXPECT_EQ(WaitForMultipleObjects(0, nullptr, FALSE, 0), WAIT_FAILED);
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
+    std::thread([] { EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_SUCCESS)); }).join();
+}
+
+TEST(SimulatedSync, AThreadHandleIsSignalledWhenItsThreadEnds) {
+    static std::atomic<int> ran{0};  // outlives the detached threads of this test
+    ran = 0;
+    const auto body = [](LPVOID) -> DWORD {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        ++ran;
+        return 0;
+    };
+    HANDLE thread = CreateThread(nullptr, 0, body, nullptr, 0, nullptr);
+    ASSERT_NE(thread, nullptr);
+    EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
+    EXPECT_EQ(ran.load(), 1);
+    EXPECT_EQ(WaitForSingleObject(thread, 0), WAIT_OBJECT_0);  // stays signalled
+    EXPECT_TRUE(CloseHandle(thread));
+    EXPECT_TRUE(CloseHandle(CreateThread(nullptr, 0, body, nullptr, 0, nullptr)));  // still running
+    EXPECT_GE(zestsim::calls("CreateThread"), 2u);
+}
+
+}  // namespace
