@@ -86,6 +86,8 @@ Capabilities default_capabilities(Subtype subtype) {
 void reset() {
     Kernel& kernel = Kernel::get();
     std::lock_guard lock(kernel.mutex);
+    detail::complete_pending([](const detail::PendingRequest&) { return true; },
+                             ERROR_OPERATION_ABORTED);
     Machine::get() = Machine();
     kernel.clear_counts();
     kernel.changed.notify_all();
@@ -150,10 +152,80 @@ Vibration vibration(std::size_t user) {
     return read_slot(user).vibration;
 }
 
-void fail_capabilities(bool fail) {
+namespace {
+
+// Runs `change` on the bus driver under the kernel lock.
+template <typename Change>
+auto with_bus(Change change) {
     Kernel& kernel = Kernel::get();
     std::lock_guard lock(kernel.mutex);
-    Machine::get().fail_capabilities = fail;
+    kernel.changed.notify_all();
+    return change(Machine::get().bus);
+}
+
+}  // namespace
+
+void fail_capabilities(bool fail) {
+    with_bus([&](detail::BusDriver&) { Machine::get().fail_capabilities = fail; });
+}
+
+void set_bus_driver(bool installed) {
+    with_bus([&](detail::BusDriver& bus) { bus.installed = installed; });
+}
+
+void set_bus_interfaces(const std::vector<BusInterface>& interfaces) {
+    with_bus([&](detail::BusDriver& bus) { bus.interfaces = interfaces; });
+}
+
+void refuse_serials(const std::vector<std::uint32_t>& serials) {
+    with_bus([&](detail::BusDriver& bus) {
+        bus.refused_serials = std::set<std::uint32_t>(serials.begin(), serials.end());
+    });
+}
+
+void refuse_all_serials(bool refuse) {
+    with_bus([&](detail::BusDriver& bus) { bus.refuse_all_serials = refuse; });
+}
+
+void fail_wait_ready(std::uint32_t error) {
+    with_bus([&](detail::BusDriver& bus) { bus.wait_ready_error = error; });
+}
+
+void deny_reports(bool deny) {
+    with_bus([&](detail::BusDriver& bus) { bus.deny_reports = deny; });
+}
+
+void set_target_appearance(Appearance appearance, int reads) {
+    with_bus([&](detail::BusDriver& bus) {
+        bus.appearance = appearance;
+        bus.late_reads = reads;
+    });
+}
+
+int target_user(std::uint32_t serial) {
+    return with_bus([&](detail::BusDriver& bus) {
+        const auto found = bus.targets.find(serial);
+        return found == bus.targets.end() ? -1 : found->second.user;
+    });
+}
+
+PadState target_report(std::uint32_t serial) {
+    return with_bus([&](detail::BusDriver& bus) {
+        const auto found = bus.targets.find(serial);
+        return found == bus.targets.end() ? PadState() : found->second.report;
+    });
+}
+
+std::size_t plugged_targets() {
+    return with_bus([](detail::BusDriver& bus) { return bus.targets.size(); });
+}
+
+std::size_t pending_requests() {
+    return with_bus([](detail::BusDriver& bus) { return bus.pending.size(); });
+}
+
+std::uint64_t ioctl_calls(std::uint32_t code) {
+    return calls("ioctl " + std::to_string(code));
 }
 
 std::uint64_t calls(const std::string& function) {

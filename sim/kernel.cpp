@@ -31,9 +31,9 @@ std::shared_ptr<KernelObject> Kernel::remove(HANDLE handle) {
     return object;
 }
 
-void Kernel::count(const char* function, std::size_t user) {
-    ++calls_[{function, no_user}];
-    if (user != no_user) ++calls_[{function, user}];
+void Kernel::count(std::string_view function, std::size_t user) {
+    ++calls_[{std::string(function), no_user}];
+    if (user != no_user) ++calls_[{std::string(function), user}];
 }
 
 std::uint64_t Kernel::calls(const std::string& function, std::size_t user) const {

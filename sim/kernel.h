@@ -7,6 +7,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "platform/win32.h"
@@ -58,7 +59,7 @@ public:
         const auto found = handles_.find(handle);
         return found == handles_.end() ? nullptr : std::dynamic_pointer_cast<T>(found->second);
     }
-    void count(const char* function, std::size_t user = no_user);
+    void count(std::string_view function, std::size_t user = no_user);
     std::uint64_t calls(const std::string& function, std::size_t user) const;
     void clear_counts();
 

@@ -2,7 +2,12 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
+#include <memory>
+#include <set>
+#include <vector>
 
+#include "kernel.h"
 #include "zestsim/zestsim.h"
 
 namespace zestsim::detail {
@@ -13,15 +18,101 @@ struct PadSlot {
     Capabilities capabilities;
     PadState state;
     Vibration vibration;
-    std::uint32_t packet = 0;  // counts changes of state, as dwPacketNumber does
+    std::uint32_t packet = 0;         // counts changes of state, as dwPacketNumber does
+    std::uint32_t target_serial = 0;  // the bus target behind it; 0 for a physical pad
+};
+
+// An open handle to a bus interface.
+struct Device final : KernelObject {
+    explicit Device(std::size_t index) : interface_index(index) {}
+    void closed() override;
+    const std::size_t interface_index;
+};
+
+// A request that waits in the driver for something to happen.
+struct PendingRequest {
+    std::shared_ptr<Device> device;
+    DWORD code;
+    BYTE* buffer;  // the caller's, written only at completion
+    OVERLAPPED* overlapped;
+    std::uint32_t serial;
+};
+
+struct Target {
+    std::uint32_t type = 0;
+    std::uint16_t vendor = 0;
+    std::uint16_t product = 0;
+    bool ready = false;
+    int user = -1;  // the XInput index it shows at
+    PadState report;
+};
+
+struct BusDriver {
+    bool installed = true;
+    std::vector<BusInterface> interfaces{BusInterface{}};
+    std::set<std::uint32_t> refused_serials;
+    bool refuse_all_serials = false;
+    DWORD wait_ready_error = 0;
+    bool deny_reports = false;
+    Appearance appearance = Appearance::AtOnce;
+    int late_reads = 0;
+    std::map<std::uint32_t, Target> targets;  // by serial number
+    std::vector<PendingRequest> pending;
 };
 
 // Everything the machine holds besides kernel objects. Guarded by the kernel lock.
 struct Machine {
     std::array<PadSlot, user_count> pads;
     bool fail_capabilities = false;
+    BusDriver bus;
 
     static Machine& get();
 };
+
+// The OVERLAPPED status of a request: pending, or done with a Win32 error (0 for success).
+inline constexpr ULONG_PTR status_pending = 0x103;
+inline ULONG_PTR status_of(DWORD error) {
+    return error == 0 ? 0 : 0xC0000000u | error;
+}
+inline DWORD error_of(ULONG_PTR status) {
+    return static_cast<DWORD>(status & 0xFFFF);
+}
+
+// What the driver does with a request: done at once with an error (0: success) and a byte
+// count, or left pending.
+struct Outcome {
+    bool pending = false;
+    DWORD error = 0;
+    DWORD bytes = 0;
+};
+Outcome handle_request(const std::shared_ptr<Device>& device, DWORD code, const BYTE* in,
+                       DWORD in_size, BYTE* out, DWORD out_size, OVERLAPPED* overlapped);
+
+// Under the kernel lock, all of them.
+// Completes a request: the result into its buffer and OVERLAPPED, its event set.
+void complete(const PendingRequest& request, DWORD error, DWORD bytes);
+// Completes and drops the pending requests that `match` selects.
+template <typename Match>
+std::size_t complete_pending(Match match, DWORD error, DWORD bytes = 0) {
+    std::vector<PendingRequest>& pending = Machine::get().bus.pending;
+    std::size_t done = 0;
+    for (auto it = pending.begin(); it != pending.end();) {
+        if (match(*it)) {
+            const PendingRequest request = *it;
+            it = pending.erase(it);
+            complete(request, error, bytes);
+            ++done;
+        } else {
+            ++it;
+        }
+    }
+    return done;
+}
+// Shows a ready target in XInput at the lowest free index, if it isn't shown yet.
+void show_target(std::uint32_t serial);
+// Called by every XInputGetState: a late target comes up after so many reads.
+void count_read_for_late_targets();
+// XInputSetState on a target's index: its pending rumble notification completes.
+void notify_rumble(std::uint32_t serial, const Vibration& vibration, DWORD user);
 
 }  // namespace zestsim::detail

@@ -36,6 +36,7 @@ DWORD WINAPI XInputGetState(DWORD dwUserIndex, XINPUT_STATE* pState) {
     Kernel& kernel = Kernel::get();
     std::lock_guard lock(kernel.mutex);
     kernel.count("XInputGetState", dwUserIndex);
+    zestsim::detail::count_read_for_late_targets();
     DWORD error = ERROR_SUCCESS;
     const PadSlot* slot = slot_of(dwUserIndex, error);
     if (slot == nullptr || pState == nullptr) return slot ? ERROR_INVALID_PARAMETER : error;
@@ -54,6 +55,9 @@ DWORD WINAPI XInputSetState(DWORD dwUserIndex, XINPUT_VIBRATION* pVibration) {
     PadSlot* slot = slot_of(dwUserIndex, error);
     if (slot == nullptr || pVibration == nullptr) return slot ? ERROR_INVALID_PARAMETER : error;
     slot->vibration = {pVibration->wLeftMotorSpeed, pVibration->wRightMotorSpeed};
+    if (slot->target_serial != 0) {
+        zestsim::detail::notify_rumble(slot->target_serial, slot->vibration, dwUserIndex);
+    }
     return ERROR_SUCCESS;
 }
 

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace zestsim {
 
@@ -82,8 +83,35 @@ Vibration vibration(std::size_t user);
 // Faults of the XInput side.
 void fail_capabilities(bool fail);
 
+// The bus driver. By default it is installed with one interface that works.
+struct BusInterface {
+    bool refuse_open = false;     // CreateFileA fails with ERROR_ACCESS_DENIED
+    bool refuse_version = false;  // the version check fails
+};
+void set_bus_driver(bool installed);
+void set_bus_interfaces(const std::vector<BusInterface>& interfaces);
+// Plug requests for these serial numbers fail, as for one that is taken.
+void refuse_serials(const std::vector<std::uint32_t>& serials);
+void refuse_all_serials(bool refuse);
+// The wait-ready request fails with this Win32 error; 0 lets it succeed.
+void fail_wait_ready(std::uint32_t error);
+void deny_reports(bool deny);
+// When a ready target shows up in XInput: at once, never, or after `reads` XInputGetState calls.
+enum class Appearance { AtOnce, Never, Late };
+void set_target_appearance(Appearance appearance, int reads = 0);
+
+// The plugged targets: the user index a target shows at (-1 while it doesn't), and the last
+// report submitted for it, as XInput reports it.
+int target_user(std::uint32_t serial);
+PadState target_report(std::uint32_t serial);
+std::size_t plugged_targets();
+// Requests that wait in the driver.
+std::size_t pending_requests();
+
 // Calls made so far of a Win32 function, by its name ("XInputGetState"), and for one user index.
 std::uint64_t calls(const std::string& function);
 std::uint64_t calls(const std::string& function, std::size_t user);
+// Device requests made so far with this control code.
+std::uint64_t ioctl_calls(std::uint32_t code);
 
 }  // namespace zestsim
