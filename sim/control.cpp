@@ -49,38 +49,33 @@ void change_state(std::size_t user, const std::function<void(PadState&)>& change
 
 }  // namespace
 
+// A wired Xbox 360 pad has everything; other kinds of device lack some of it.
 Capabilities default_capabilities(Subtype subtype) {
     Capabilities c;
     c.subtype = static_cast<std::uint8_t>(subtype);
+    c.controls = {all_buttons, 0xFF, 0xFF, full_axis, full_axis, full_axis, full_axis};
+    c.left_motor = c.right_motor = 0xFFFF;
     switch (subtype) {
         case Subtype::Guitar:
         case Subtype::GuitarAlternate:
-        case Subtype::GuitarBass:
-            c.buttons = 0xF133;  // frets, strum, start, back, the orange fret
-            c.thumb_rx = full_axis;
-            c.thumb_ry = full_axis;
-            return c;
-        case Subtype::DrumKit:
-            c.buttons = 0xF33F;  // pads, pedal, d-pad, start, back
-            return c;
-        case Subtype::Wheel:
-            c.buttons = all_buttons;
-            c.left_trigger = c.right_trigger = 0xFF;  // pedals
-            c.thumb_lx = full_axis;                   // the wheel
-            c.left_motor = c.right_motor = 0xFFFF;
-            return c;
+        case Subtype::GuitarBass:  // frets, strum, start, back; whammy bar and tilt
+            c.controls = {0xF133, 0, 0, 0, 0, full_axis, full_axis};
+            c.left_motor = c.right_motor = 0;
+            break;
+        case Subtype::DrumKit:  // pads, pedal, d-pad, start, back
+            c.controls = {0xF33F, 0, 0, 0, 0, 0, 0};
+            c.left_motor = c.right_motor = 0;
+            break;
+        case Subtype::Wheel:  // the wheel on one axis, pedals on the triggers
+            c.controls.thumb_ly = c.controls.thumb_rx = c.controls.thumb_ry = 0;
+            break;
         case Subtype::FlightStick:
-            c.buttons = all_buttons;
-            c.left_trigger = c.right_trigger = 0xFF;
-            c.thumb_lx = c.thumb_ly = c.thumb_rx = c.thumb_ry = full_axis;
-            return c;
+            c.left_motor = c.right_motor = 0;
+            break;
         default:
-            c.buttons = all_buttons;
-            c.left_trigger = c.right_trigger = 0xFF;
-            c.thumb_lx = c.thumb_ly = c.thumb_rx = c.thumb_ry = full_axis;
-            c.left_motor = c.right_motor = 0xFFFF;
-            return c;
+            break;
     }
+    return c;
 }
 
 void reset() {

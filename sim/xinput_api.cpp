@@ -23,9 +23,9 @@ PadSlot* slot_of(DWORD user, DWORD& error) {
     return slot.plugged ? &slot : nullptr;
 }
 
-XINPUT_GAMEPAD to_gamepad(std::uint16_t buttons, std::uint8_t left, std::uint8_t right,
-                          std::int16_t lx, std::int16_t ly, std::int16_t rx, std::int16_t ry) {
-    return XINPUT_GAMEPAD{buttons, left, right, lx, ly, rx, ry};
+XINPUT_GAMEPAD to_gamepad(const zestsim::PadState& s, WORD buttons) {
+    return XINPUT_GAMEPAD{buttons,    s.left_trigger, s.right_trigger, s.thumb_lx,
+                          s.thumb_ly, s.thumb_rx,     s.thumb_ry};
 }
 
 }  // namespace
@@ -42,8 +42,7 @@ DWORD WINAPI XInputGetState(DWORD dwUserIndex, XINPUT_STATE* pState) {
     if (slot == nullptr || pState == nullptr) return slot ? ERROR_INVALID_PARAMETER : error;
     const zestsim::PadState& s = slot->state;
     pState->dwPacketNumber = slot->packet;
-    pState->Gamepad = to_gamepad(static_cast<WORD>(s.buttons & ~guide_button), s.left_trigger,
-                                 s.right_trigger, s.thumb_lx, s.thumb_ly, s.thumb_rx, s.thumb_ry);
+    pState->Gamepad = to_gamepad(s, static_cast<WORD>(s.buttons & ~guide_button));
     return ERROR_SUCCESS;
 }
 
@@ -75,8 +74,7 @@ DWORD WINAPI XInputGetCapabilities(DWORD dwUserIndex, DWORD dwFlags,
     pCapabilities->Type = c.type;
     pCapabilities->SubType = c.subtype;
     pCapabilities->Flags = c.flags;
-    pCapabilities->Gamepad = to_gamepad(c.buttons, c.left_trigger, c.right_trigger, c.thumb_lx,
-                                        c.thumb_ly, c.thumb_rx, c.thumb_ry);
+    pCapabilities->Gamepad = to_gamepad(c.controls, c.controls.buttons);
     pCapabilities->Vibration = {c.left_motor, c.right_motor};
     return ERROR_SUCCESS;
 }

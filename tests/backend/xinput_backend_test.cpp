@@ -136,10 +136,10 @@ TEST_F(XInputBackendTest, DecodesButtonsTriggersAndSticksAtTheirEnds) {
 
 TEST_F(XInputBackendTest, ScansWhatTheCapabilitiesReport) {
     zestsim::Capabilities caps;  // a trigger of 20: analogue without the digital view
-    caps.buttons = 0x1000;
-    caps.left_trigger = 20;
-    caps.right_trigger = 31;
-    caps.thumb_ry = 1;
+    caps.controls.buttons = 0x1000;
+    caps.controls.left_trigger = 20;
+    caps.controls.right_trigger = 31;
+    caps.controls.thumb_ry = 1;
     zestsim::plug_pad(1, caps);
     backend.refresh_gamepads();
     read(1);

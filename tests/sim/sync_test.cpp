@@ -6,6 +6,7 @@
 
 #include "platform/win32.h"
 #include "zestsim/zestsim.h"
+#include "zestsim/zestsim_c.h"
 
 namespace {
 
@@ -70,6 +71,30 @@ TEST(SimulatedSync, AThreadHandleIsSignalledWhenItsThreadEnds) {
     EXPECT_TRUE(CloseHandle(thread));
     EXPECT_TRUE(CloseHandle(CreateThread(nullptr, 0, body, nullptr, 0, nullptr)));  // still running
     EXPECT_GE(zestsim::calls("CreateThread"), 2u);
+}
+
+TEST(SimulatedPads, TheCInterfaceDrivesWhatXInputReports) {
+    zestsim_reset();
+    zestsim_plug_pad(3, 6);
+    zestsim_press(3, 0x1000 | 0x0400, 1);
+    zestsim_set_sticks(3, 0, 0, -5, 7);
+    XINPUT_STATE state{};
+    ASSERT_EQ(XInputGetState(3, &state), 0u);
+    EXPECT_EQ(state.Gamepad.wButtons, 0x1000);
+    EXPECT_EQ(state.Gamepad.sThumbRY, 7);
+    XINPUT_CAPABILITIES caps{};
+    ASSERT_EQ(XInputGetCapabilities(3, 0, &caps), 0u);
+    EXPECT_EQ(caps.SubType, XINPUT_DEVSUBTYPE_GUITAR);
+    XINPUT_VIBRATION motors{1, 2};
+    XInputSetState(3, &motors);
+    std::uint16_t left = 0, right = 0;
+    zestsim_vibration(3, &left, &right);
+    EXPECT_EQ(left, 1);
+    EXPECT_EQ(right, 2);
+    zestsim_unplug_pad(3);
+    EXPECT_EQ(XInputGetState(3, &state), static_cast<DWORD>(ERROR_DEVICE_NOT_CONNECTED));
+    EXPECT_EQ(XInputGetState(4, &state), 160u);  // not a user index
+    EXPECT_EQ(zestsim_target_user(1), -1);
 }
 
 }  // namespace

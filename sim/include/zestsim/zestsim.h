@@ -26,25 +26,6 @@ enum class Subtype : std::uint8_t {
     ArcadePad = 19,
 };
 
-// What XInputGetCapabilities reports: a nonzero field means the pad has that control.
-struct Capabilities {
-    std::uint8_t type = 1;
-    std::uint8_t subtype = 1;
-    std::uint16_t flags = 0;
-    std::uint16_t buttons = 0;
-    std::uint8_t left_trigger = 0;
-    std::uint8_t right_trigger = 0;
-    std::int16_t thumb_lx = 0;
-    std::int16_t thumb_ly = 0;
-    std::int16_t thumb_rx = 0;
-    std::int16_t thumb_ry = 0;
-    std::uint16_t left_motor = 0;
-    std::uint16_t right_motor = 0;
-};
-
-// The capabilities a wired Xbox 360 pad reports, and sensible ones for other kinds of device.
-Capabilities default_capabilities(Subtype subtype);
-
 // A pad's controls, as XInputGetState reports them (the guide bit 0x0400 included here; the
 // public function hides it).
 struct PadState {
@@ -56,6 +37,19 @@ struct PadState {
     std::int16_t thumb_rx = 0;
     std::int16_t thumb_ry = 0;
 };
+
+// What XInputGetCapabilities reports: a nonzero field means the pad has that control.
+struct Capabilities {
+    std::uint8_t type = 1;
+    std::uint8_t subtype = 1;
+    std::uint16_t flags = 0;
+    PadState controls;
+    std::uint16_t left_motor = 0;
+    std::uint16_t right_motor = 0;
+};
+
+// The capabilities a wired Xbox 360 pad reports, and sensible ones for other kinds of device.
+Capabilities default_capabilities(Subtype subtype);
 
 struct Vibration {
     std::uint16_t left = 0;
