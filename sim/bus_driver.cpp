@@ -1,6 +1,8 @@
 // The simulated virtual-pad bus driver: its requests, its targets and how they show in XInput.
 
+#include <chrono>
 #include <cstring>
+#include <thread>
 
 #include "machine.h"
 
@@ -164,6 +166,21 @@ void complete(const PendingRequest& request, DWORD error, DWORD bytes) {
     request.overlapped->Internal = status_of(error);
     if (const auto event = kernel.find<Event>(request.overlapped->hEvent)) event->set = true;
     kernel.changed.notify_all();
+}
+
+void delay_completion(const std::shared_ptr<Device>& device, DWORD code, OVERLAPPED* overlapped,
+                      const Outcome& outcome) {
+    BusDriver& bus = Machine::get().bus;
+    const std::uint64_t id = ++bus.next_delayed;
+    bus.pending.push_back({device, code, nullptr, overlapped, 0, id});
+    std::thread([id, outcome, delay = bus.delay_ms] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(delay));
+        Kernel& kernel = Kernel::get();
+        std::lock_guard lock(kernel.mutex);
+        // Gone already if it was cancelled, or the machine was reset, meanwhile.
+        complete_pending([id](const PendingRequest& r) { return r.id == id; }, outcome.error,
+                         outcome.bytes);
+    }).detach();
 }
 
 void Device::closed() {

@@ -13,9 +13,10 @@ using detail::PadSlot;
 
 namespace detail {
 
+// Never destroyed: detached threads of the simulation may still use it while the process ends.
 Machine& Machine::get() {
-    static Machine machine;
-    return machine;
+    static Machine* const machine = new Machine;
+    return *machine;
 }
 
 }  // namespace detail
@@ -184,6 +185,10 @@ void refuse_all_serials(bool refuse) {
 
 void fail_wait_ready(std::uint32_t error) {
     with_bus([&](detail::BusDriver& bus) { bus.wait_ready_error = error; });
+}
+
+void set_driver_delay(int milliseconds) {
+    with_bus([&](detail::BusDriver& bus) { bus.delay_ms = milliseconds; });
 }
 
 void deny_reports(bool deny) {

@@ -136,6 +136,10 @@ BOOL WINAPI DeviceIoControl(HANDLE hDevice, DWORD dwIoControlCode, LPVOID lpInBu
     const Outcome outcome =
         handle_request(device, dwIoControlCode, static_cast<const BYTE*>(lpInBuffer), nInBufferSize,
                        static_cast<BYTE*>(lpOutBuffer), nOutBufferSize, overlapped);
+    if (!outcome.pending && lpOverlapped != nullptr && Machine::get().bus.delay_ms > 0) {
+        delay_completion(device, dwIoControlCode, lpOverlapped, outcome);
+        return fail(ERROR_IO_PENDING);
+    }
     if (!outcome.pending) {
         complete(PendingRequest{device, dwIoControlCode, nullptr, overlapped, 0}, outcome.error,
                  outcome.bytes);

@@ -29,13 +29,21 @@ struct Device final : KernelObject {
     const std::size_t interface_index;
 };
 
-// A request that waits in the driver for something to happen.
+// What the driver does with a request: done at once with an error (0: success) and a byte
+// count, or left pending.
+struct Outcome {
+    bool pending = false;
+    DWORD error = 0;
+    DWORD bytes = 0;
+};
+// A request that waits in the driver for something to happen, or for a slow driver.
 struct PendingRequest {
     std::shared_ptr<Device> device;
     DWORD code;
     BYTE* buffer;  // the caller's, written only at completion
     OVERLAPPED* overlapped;
     std::uint32_t serial;
+    std::uint64_t id = 0;  // set for a request that a slow driver holds back
 };
 
 struct Target {
@@ -58,6 +66,8 @@ struct BusDriver {
     int late_reads = 0;
     std::map<std::uint32_t, Target> targets;  // by serial number
     std::vector<PendingRequest> pending;
+    int delay_ms = 0;  // a slow driver holds every answer back this long
+    std::uint64_t next_delayed = 0;
 };
 
 // Everything the machine holds besides kernel objects. Guarded by the kernel lock.
@@ -78,13 +88,6 @@ inline DWORD error_of(ULONG_PTR status) {
     return static_cast<DWORD>(status & 0xFFFF);
 }
 
-// What the driver does with a request: done at once with an error (0: success) and a byte
-// count, or left pending.
-struct Outcome {
-    bool pending = false;
-    DWORD error = 0;
-    DWORD bytes = 0;
-};
 Outcome handle_request(const std::shared_ptr<Device>& device, DWORD code, const BYTE* in,
                        DWORD in_size, BYTE* out, DWORD out_size, OVERLAPPED* overlapped);
 
@@ -108,6 +111,9 @@ std::size_t complete_pending(Match match, DWORD error, DWORD bytes = 0) {
     }
     return done;
 }
+// A slow driver: the answer to a request that is done already reaches the caller later.
+void delay_completion(const std::shared_ptr<Device>& device, DWORD code, OVERLAPPED* overlapped,
+                      const Outcome& outcome);
 // Shows a ready target in XInput at the lowest free index, if it isn't shown yet.
 void show_target(std::uint32_t serial);
 // Called by every XInputGetState: a late target comes up after so many reads.

@@ -203,6 +203,13 @@ TEST_F(BusDriverTest, FaultsForEveryFailureTheClientMustSurvive) {
     zestsim::deny_reports(true);
     EXPECT_EQ(send(device, report, request({20, 9}, 20)), static_cast<DWORD>(ERROR_ACCESS_DENIED));
 
+    zestsim::set_driver_delay(30);  // answers come late but come
+    Pending late{request({8, 1}, 8)};
+    start(device, version, late);
+    EXPECT_EQ(result(device, late, false), static_cast<DWORD>(ERROR_IO_INCOMPLETE));
+    EXPECT_EQ(result(device, late, true), 0u);
+    zestsim::set_driver_delay(0);
+
     zestsim::set_target_appearance(zestsim::Appearance::Never);
     ASSERT_EQ(send(device, plug, request({16, 10, 0, 0}, 16)), 0u);
     EXPECT_EQ(send(device, ready, request({8, 10}, 8)), 0u);

@@ -90,6 +90,8 @@ void refuse_all_serials(bool refuse);
 // The wait-ready request fails with this Win32 error; 0 lets it succeed.
 void fail_wait_ready(std::uint32_t error);
 void deny_reports(bool deny);
+// A slow driver: every answer comes this many milliseconds late (0: at once).
+void set_driver_delay(int milliseconds);
 // When a ready target shows up in XInput: at once, never, or after `reads` XInputGetState calls.
 enum class Appearance { AtOnce, Never, Late };
 void set_target_appearance(Appearance appearance, int reads = 0);
