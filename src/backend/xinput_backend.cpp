@@ -41,6 +41,14 @@ bool has_row(const XINPUT_CAPABILITIES& caps, std::size_t row) {
     }
 }
 
+// The rows that a pad with these capabilities has, appended to an empty list. The capabilities
+// are read once per connection.
+void scan_features(const XINPUT_CAPABILITIES& capabilities, std::vector<std::size_t>& attributes) {
+    for (std::size_t row = 0; row < attribute_rows.size(); ++row) {
+        if (has_row(capabilities, row)) attributes.push_back(row);
+    }
+}
+
 AttributeValue decode(std::size_t row, const XINPUT_GAMEPAD& pad) {
     switch (row) {
         case row_button_left_trigger:
@@ -108,13 +116,6 @@ QByteArray XInputBackend::attribute_label(std::size_t pad, std::size_t position)
 void XInputBackend::refresh_gamepads() {
     for (GamepadSlot& slot : slots_)
         slot.needs_poll = true;
-}
-
-void XInputBackend::scan_features(const XINPUT_CAPABILITIES& capabilities,
-                                  std::vector<std::size_t>& attributes) {
-    for (std::size_t row = 0; row < attribute_rows.size(); ++row) {
-        if (has_row(capabilities, row)) attributes.push_back(row);
-    }
 }
 
 ReadFlags XInputBackend::read_gamepad(std::size_t pad, GamepadState& state) {

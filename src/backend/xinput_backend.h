@@ -8,8 +8,6 @@
 #include "backend/backend.h"
 #include "backend/backend_constants.h"
 
-struct XINPUT_CAPABILITIES;
-
 namespace gamepad {
 
 // One XInput user index as the backend last saw it.
@@ -48,10 +46,6 @@ public:
     void write_gamepad(std::size_t pad, const GamepadState& state) override;
 
     const GamepadSlot& slot(std::size_t pad) const { return slots_[pad]; }
-
-    // The rows that a pad with these capabilities has, appended to an empty list.
-    static void scan_features(const XINPUT_CAPABILITIES& capabilities,
-                              std::vector<std::size_t>& attributes);
 
 protected:
     // The attribute table's row at `position` of the pad's present list.
