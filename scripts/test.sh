@@ -1,10 +1,27 @@
 #!/usr/bin/env bash
 # Sets the machine up, then builds every suite and runs it in the dev, asan and tsan presets.
-# Stops at the first failure.
+# Stops at the first failure and ends with one line that counts the tests of all presets.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup.sh
+
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+total=0 failed=0 skipped=0
+summary() { echo "tests: $((total - failed - skipped)) passed, $failed failed, $skipped skipped"; }
+
 for preset in dev asan tsan; do
   echo "== preset $preset"
-  cmake --workflow --preset "$preset"
+  status=0
+  cmake --workflow --preset "$preset" 2>&1 | tee "$log" || status=$?
+  if line=$(grep -E 'tests? failed out of [0-9]+' "$log" | tail -n 1); then
+    total=$((total + $(sed -E 's/.* out of ([0-9]+).*/\1/' <<<"$line")))
+    failed=$((failed + $(sed -E 's/.* ([0-9]+) tests? failed.*/\1/' <<<"$line")))
+  fi
+  skipped=$((skipped + $(grep -c '(Skipped)' "$log" || true)))
+  if ((status != 0)); then
+    summary
+    exit "$status"
+  fi
 done
+summary
