@@ -1,0 +1,184 @@
+#include "backend/bus/bus_client.h"
+
+#include <memory>
+#include <new>
+#include <vector>
+
+#include "backend/bus/bus_requests.h"
+#include "backend/bus/bus_threads.h"
+
+namespace {
+
+constexpr GUID bus_interface_guid{
+    0x96E42B22, 0xF5E9, 0x42F8, {0xB0, 0x43, 0xED, 0x0F, 0x93, 0x2F, 0x01, 0x4F}};
+
+bool connected(const BusClient* client) {
+    return client->device != INVALID_HANDLE_VALUE;
+}
+
+// The checks every target operation starts with.
+BusStatus check_target_call(const BusClient* client, const BusTarget* target) {
+    if (client == nullptr) return BUS_ERROR_INVALID_CLIENT;
+    if (target == nullptr) return BUS_ERROR_INVALID_TARGET;
+    if (!connected(client)) return BUS_ERROR_NOT_FOUND;
+    return BUS_OK;
+}
+
+std::atomic<BusTarget*>& slot_of(BusClient* client, std::uint32_t serial) {
+    return client->targets[serial - 1];
+}
+
+// Opens the interface at `path` and checks the protocol version; the status of this interface.
+BusStatus open_interface(BusClient* client, const char* path) {
+    client->device = CreateFileA(path, GENERIC_READ | GENERIC_WRITE,
+                                 FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                                 FILE_ATTRIBUTE_NORMAL | FILE_FLAG_NO_BUFFERING |
+                                     FILE_FLAG_WRITE_THROUGH | FILE_FLAG_OVERLAPPED,
+                                 nullptr);
+    if (client->device == INVALID_HANDLE_VALUE) return BUS_ERROR_ACCESS_FAILED;
+    BusRequest<8> version;
+    version.put(4, bus_protocol_version);
+    if (bus_send(client->device, BUS_IOCTL_CHECK_VERSION, version) != ERROR_SUCCESS) {
+        CloseHandle(client->device);
+        client->device = INVALID_HANDLE_VALUE;
+        return BUS_ERROR_VERSION_MISMATCH;
+    }
+    return BUS_OK;
+}
+
+// The status of the interface at `index` of `list`; connected on BUS_OK.
+BusStatus try_interface(BusClient* client, HDEVINFO list, SP_DEVICE_INTERFACE_DATA& data) {
+    DWORD size = 0;
+    SetupDiGetDeviceInterfaceDetailA(list, &data, nullptr, 0, &size, nullptr);
+    if (size < sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_A)) return BUS_ERROR_NOT_FOUND;
+    std::vector<std::uint64_t> storage(size / sizeof(std::uint64_t) + 1);  // aligned for cbSize
+    auto* detail = reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_A*>(storage.data());
+    detail->cbSize = sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_A);
+    if (!SetupDiGetDeviceInterfaceDetailA(list, &data, detail, size, nullptr, nullptr)) {
+        return BUS_ERROR_NOT_FOUND;
+    }
+    return open_interface(client, detail->DevicePath);
+}
+
+}  // namespace
+
+BusClient* bus_client_alloc() {
+    auto* client = new (std::nothrow) BusClient;
+    if (client != nullptr) client->termination_event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    return client;
+}
+
+void bus_client_free(BusClient* client) {
+    if (client == nullptr) return;
+    if (client->output_thread != nullptr) {
+        SetEvent(client->termination_event);
+        WaitForSingleObject(client->output_thread, INFINITE);
+        CloseHandle(client->output_thread);
+    }
+    if (connected(client)) CloseHandle(client->device);
+    CloseHandle(client->termination_event);
+    delete client;
+}
+
+BusStatus bus_client_connect(BusClient* client) {
+    if (client == nullptr) return BUS_ERROR_INVALID_CLIENT;
+    if (connected(client)) return BUS_ERROR_ALREADY_CONNECTED;
+    HDEVINFO list = SetupDiGetClassDevsA(&bus_interface_guid, nullptr, nullptr,
+                                         DIGCF_PRESENT | DIGCF_DEVICEINTERFACE);
+    BusStatus status = BUS_ERROR_NOT_FOUND;
+    SP_DEVICE_INTERFACE_DATA data{};
+    data.cbSize = sizeof data;
+    for (DWORD index = 0;
+         SetupDiEnumDeviceInterfaces(list, nullptr, &bus_interface_guid, index, &data); ++index) {
+        status = try_interface(client, list, data);
+        if (status == BUS_OK) break;
+    }
+    SetupDiDestroyDeviceInfoList(list);
+    if (status == BUS_OK) {
+        client->output_thread = CreateThread(nullptr, 0, bus_output_thread, client, 0, nullptr);
+    }
+    return status;
+}
+
+BusTarget* bus_target_alloc_x360() {
+    auto* target = new (std::nothrow) BusTarget;
+    if (target == nullptr) return nullptr;
+    target->state = BusTargetState::New;
+    target->vendor_id = 0x045E;
+    target->product_id = 0x028E;
+    return target;
+}
+
+void bus_target_free(BusTarget* target) {
+    if (target == nullptr) return;
+    bus_stop_notification_thread(*target);
+    delete target;
+}
+
+BusStatus bus_target_add(BusClient* client, BusTarget* target) {
+    if (const BusStatus status = check_target_call(client, target); status != BUS_OK) return status;
+    if (target->state == BusTargetState::Uninitialized) return BUS_ERROR_UNINITIALIZED;
+    if (target->state == BusTargetState::Plugged) return BUS_ERROR_ALREADY_PLUGGED;
+    // The bus is the only judge of which serial numbers are free.
+    for (target->serial = 1;; ++target->serial) {
+        BusRequest<16> plug;
+        plug.put(4, target->serial).put(8, target->type);
+        plug.put(12, target->vendor_id).put(14, target->product_id);
+        if (bus_send(client->device, BUS_IOCTL_PLUG_TARGET, plug) == ERROR_SUCCESS) break;
+        if (target->serial == bus_serial_count) return BUS_ERROR_NO_FREE_SLOT;
+    }
+    BusRequest<8> ready;
+    ready.put(4, target->serial);
+    const DWORD error = bus_send(client->device, BUS_IOCTL_WAIT_READY, ready);
+    if (error != ERROR_SUCCESS && error != ERROR_INVALID_PARAMETER) {
+        // The bus took the device; don't leave it there without an owner.
+        BusRequest<8> unplug;
+        unplug.put(4, target->serial);
+        bus_send(client->device, BUS_IOCTL_UNPLUG_TARGET, unplug);
+        return BUS_ERROR_NOT_PLUGGED;
+    }
+    target->state = BusTargetState::Plugged;
+    slot_of(client, target->serial).store(target, std::memory_order_release);
+    return BUS_OK;
+}
+
+BusStatus bus_target_remove(BusClient* client, BusTarget* target) {
+    if (const BusStatus status = check_target_call(client, target); status != BUS_OK) return status;
+    if (target->state == BusTargetState::Uninitialized) return BUS_ERROR_UNINITIALIZED;
+    if (target->state != BusTargetState::Plugged) return BUS_ERROR_NOT_PLUGGED;
+    BusRequest<8> unplug;
+    unplug.put(4, target->serial);
+    if (bus_send(client->device, BUS_IOCTL_UNPLUG_TARGET, unplug) != ERROR_SUCCESS) {
+        return BUS_ERROR_REMOVAL_FAILED;
+    }
+    slot_of(client, target->serial).store(nullptr, std::memory_order_release);
+    target->state = BusTargetState::Removed;
+    return BUS_OK;
+}
+
+BusStatus bus_target_register_notification(BusClient* client, BusTarget* target,
+                                           BusNotificationCallback callback, void* user_data) {
+    if (const BusStatus status = check_target_call(client, target); status != BUS_OK) return status;
+    if (target->serial == 0 || callback == nullptr) return BUS_ERROR_INVALID_TARGET;
+    if (target->notification_callback.load() == callback) return BUS_ERROR_CALLBACK_REGISTERED;
+    // One thread per target: a later callback takes over the running thread, user data and all
+    // staying as they were when it started.
+    target->notification_callback.store(callback);
+    if (target->notification_thread == nullptr) {
+        target->notification_user_data = user_data;
+        bus_start_notification_thread(*client, *target);
+    }
+    return BUS_OK;
+}
+
+BusStatus bus_target_update_x360(BusClient* client, BusTarget* target,
+                                 const BusX360Report& report) {
+    if (const BusStatus status = check_target_call(client, target); status != BUS_OK) return status;
+    if (target->serial == 0) return BUS_ERROR_INVALID_TARGET;
+    BusRequest<20> submit;
+    submit.put(4, target->serial).put(8, report);
+    // A lost report is no error to the caller; only a refused target is.
+    return bus_send(client->device, BUS_IOCTL_SUBMIT_X360_REPORT, submit) == ERROR_ACCESS_DENIED
+               ? BUS_ERROR_INVALID_TARGET
+               : BUS_OK;
+}

@@ -1,0 +1,189 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include "backend/bus/bus_client.h"
+#include "backend/bus/bus_requests.h"
+#include "zestsim/zestsim.h"
+
+namespace {
+
+using Interface = zestsim::BusInterface;
+
+struct Rumble {
+    std::atomic<int> calls{0};
+    std::atomic<int> large{-1};
+    std::atomic<int> small{-1};
+};
+
+void on_rumble(BusClient*, BusTarget*, std::uint8_t large, std::uint8_t small, std::uint8_t,
+               void* user_data) {
+    auto* rumble = static_cast<Rumble*>(user_data);
+    rumble->large = large;
+    rumble->small = small;
+    ++rumble->calls;
+}
+
+void other_callback(BusClient*, BusTarget*, std::uint8_t, std::uint8_t, std::uint8_t, void*) {}
+
+// Polls until `done` or a few seconds have passed.
+template <typename Done>
+bool eventually(Done done) {
+    for (int i = 0; i < 500 && !done(); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    return done();
+}
+
+class BusClientTest : public ::testing::Test {
+protected:
+    void SetUp() override { zestsim::reset(); }
+    void TearDown() override {
+        bus_target_free(target);
+        bus_client_free(client);
+        EXPECT_EQ(zestsim::pending_requests(), 0u);  // every thread ended its requests
+        zestsim::reset();
+    }
+    BusStatus connect() {
+        client = bus_client_alloc();
+        return bus_client_connect(client);
+    }
+    std::uint64_t plugs() { return zestsim::ioctl_calls(BUS_IOCTL_PLUG_TARGET); }
+
+    BusClient* client = nullptr;
+    BusTarget* target = nullptr;
+};
+
+TEST_F(BusClientTest, ConnectTriesInterfacesInOrderAndReportsTheLastOne) {
+    EXPECT_EQ(bus_client_connect(nullptr), BUS_ERROR_INVALID_CLIENT);
+    zestsim::set_bus_driver(false);
+    EXPECT_EQ(connect(), BUS_ERROR_NOT_FOUND);
+    zestsim::set_bus_driver(true);
+    EXPECT_EQ(bus_client_connect(client), BUS_OK);  // a failed connect can be tried again
+    EXPECT_EQ(bus_client_connect(client), BUS_ERROR_ALREADY_CONNECTED);
+    bus_client_free(client);
+
+    zestsim::set_bus_interfaces({Interface{true, false}, Interface{}});
+    EXPECT_EQ(connect(), BUS_OK);
+    bus_client_free(client);
+    const std::uint64_t opens = zestsim::calls("CreateFileA");
+    zestsim::set_bus_interfaces({Interface{}, Interface{true, false}});
+    EXPECT_EQ(connect(), BUS_OK);
+    EXPECT_EQ(zestsim::calls("CreateFileA"), opens + 1);  // the first that passes wins
+    bus_client_free(client);
+
+    zestsim::set_bus_interfaces({Interface{false, true}, Interface{true, false}});
+    EXPECT_EQ(connect(), BUS_ERROR_ACCESS_FAILED);
+    bus_client_free(client);
+    zestsim::set_bus_interfaces({Interface{true, false}, Interface{false, true}});
+    EXPECT_EQ(connect(), BUS_ERROR_VERSION_MISMATCH);
+}
+
+TEST_F(BusClientTest, TargetsFindTheirSerialAndMoveThroughTheirStates) {
+    ASSERT_EQ(connect(), BUS_OK);
+    BusTarget* taken[2] = {bus_target_alloc_x360(), bus_target_alloc_x360()};
+    for (BusTarget* t : taken)
+        ASSERT_EQ(bus_target_add(client, t), BUS_OK);
+    target = bus_target_alloc_x360();
+    EXPECT_EQ(target->state, BusTargetState::New);
+    EXPECT_EQ(bus_target_register_notification(client, target, on_rumble, nullptr),
+              BUS_ERROR_INVALID_TARGET);  // never added: serial 0
+    const std::uint64_t before = plugs();
+    EXPECT_EQ(bus_target_add(client, target), BUS_OK);
+    EXPECT_EQ(target->serial, 3u);
+    EXPECT_EQ(plugs() - before, 3u);
+    EXPECT_EQ(bus_target_add(client, target), BUS_ERROR_ALREADY_PLUGGED);
+
+    EXPECT_EQ(bus_target_remove(client, taken[0]), BUS_OK);
+    EXPECT_EQ(bus_target_remove(client, taken[0]), BUS_ERROR_NOT_PLUGGED);
+    EXPECT_EQ(taken[0]->serial, 1u);  // kept after removal
+    EXPECT_EQ(bus_target_update_x360(client, taken[0], {}),
+              BUS_ERROR_INVALID_TARGET);                  // the bus says
+    EXPECT_EQ(bus_target_add(client, taken[0]), BUS_OK);  // the search starts over at 1
+    EXPECT_EQ(taken[0]->serial, 1u);
+    for (BusTarget* t : taken) {
+        bus_target_remove(client, t);
+        bus_target_free(t);
+    }
+
+    BusTarget blank;  // not from bus_target_alloc_x360
+    EXPECT_EQ(bus_target_add(client, &blank), BUS_ERROR_UNINITIALIZED);
+    EXPECT_EQ(bus_target_remove(client, &blank), BUS_ERROR_UNINITIALIZED);
+    EXPECT_EQ(bus_target_add(nullptr, target), BUS_ERROR_INVALID_CLIENT);
+    EXPECT_EQ(bus_target_add(client, nullptr), BUS_ERROR_INVALID_TARGET);
+    BusClient* unconnected = bus_client_alloc();
+    EXPECT_EQ(bus_target_update_x360(unconnected, target, {}), BUS_ERROR_NOT_FOUND);
+    bus_client_free(unconnected);
+}
+
+TEST_F(BusClientTest, RefusedSerialsAndFailedReadyWaitsLeaveNothingPlugged) {
+    ASSERT_EQ(connect(), BUS_OK);
+    target = bus_target_alloc_x360();
+    zestsim::refuse_all_serials(true);
+    const std::uint64_t before = plugs();
+    EXPECT_EQ(bus_target_add(client, target), BUS_ERROR_NO_FREE_SLOT);
+    EXPECT_EQ(plugs() - before, 65535u);
+    EXPECT_EQ(target->state, BusTargetState::New);
+    zestsim::refuse_all_serials(false);
+
+    zestsim::fail_wait_ready(ERROR_INVALID_PARAMETER);  // counts as ready
+    EXPECT_EQ(bus_target_add(client, target), BUS_OK);
+    EXPECT_EQ(bus_target_remove(client, target), BUS_OK);
+    zestsim::fail_wait_ready(ERROR_NOT_FOUND);
+    EXPECT_EQ(bus_target_add(client, target), BUS_ERROR_NOT_PLUGGED);
+    EXPECT_EQ(target->state, BusTargetState::Removed);
+    EXPECT_EQ(zestsim::plugged_targets(), 0u);
+
+    zestsim::fail_wait_ready(0);
+    ASSERT_EQ(bus_target_add(client, target), BUS_OK);
+    zestsim::deny_reports(true);
+    EXPECT_EQ(bus_target_update_x360(client, target, {}), BUS_ERROR_INVALID_TARGET);
+    bus_target_remove(client, target);
+}
+
+TEST_F(BusClientTest, RumbleReachesTheCallbackUntilTheTargetGoes) {
+    zestsim::plug_pad(0, zestsim::Subtype::Gamepad);
+    ASSERT_EQ(connect(), BUS_OK);
+    target = bus_target_alloc_x360();
+    ASSERT_EQ(bus_target_add(client, target), BUS_OK);
+    Rumble rumble;
+    const std::uint64_t threads = zestsim::calls("CreateThread");
+    ASSERT_EQ(bus_target_register_notification(client, target, on_rumble, &rumble), BUS_OK);
+    EXPECT_EQ(bus_target_register_notification(client, target, on_rumble, &rumble),
+              BUS_ERROR_CALLBACK_REGISTERED);
+    EXPECT_EQ(zestsim::calls("CreateThread"), threads + 1);
+
+    const int user = zestsim::target_user(target->serial);
+    ASSERT_EQ(user, 1);
+    ASSERT_TRUE(eventually([] { return zestsim::pending_requests() == 2; }));  // output, rumble
+    XINPUT_VIBRATION motors{0xFFFF, 0x00FF};
+    XInputSetState(static_cast<DWORD>(user), &motors);
+    ASSERT_TRUE(eventually([&] { return rumble.calls.load() == 1; }));
+    EXPECT_EQ(rumble.large.load(), 255);  // large motor first
+    EXPECT_EQ(rumble.small.load(), 0);
+
+    EXPECT_EQ(bus_target_register_notification(client, target, other_callback, nullptr), BUS_OK);
+    EXPECT_EQ(zestsim::calls("CreateThread"), threads + 1);  // the running thread takes it over
+    EXPECT_EQ(bus_target_remove(client, target), BUS_OK);
+    bus_target_free(target);  // returns once its thread has ended
+    target = nullptr;
+    EXPECT_EQ(zestsim::pending_requests(), 1u);  // the output request
+}
+
+TEST_F(BusClientTest, FreeingEndsEveryThreadAlsoWithATargetStillPlugged) {
+    for (int cycle = 0; cycle < 20; ++cycle) {
+        ASSERT_EQ(connect(), BUS_OK);
+        target = bus_target_alloc_x360();
+        ASSERT_EQ(bus_target_add(client, target), BUS_OK);
+        ASSERT_EQ(bus_target_register_notification(client, target, on_rumble, nullptr), BUS_OK);
+        bus_target_free(target);  // its rumble request is cancelled
+        target = nullptr;
+        bus_client_free(client);  // the output request too
+        client = nullptr;
+        EXPECT_EQ(zestsim::pending_requests(), 0u);
+        zestsim::reset();
+    }
+}
+
+}  // namespace
