@@ -1,0 +1,74 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "backend/bus/bus_client.h"
+#include "backend/xinput_backend.h"
+
+namespace gamepad {
+
+// The virtual pad's record; reset to its zero state by every attach and detach.
+struct VirtualPad {
+    bool metadata_sent = false;
+    std::size_t kind = 0;
+    BusTarget* target = nullptr;  // owned; attached while non-null
+    std::uint32_t user_index = 0;
+    // Written by the bus client's notification thread, read by the polling thread; nothing is
+    // ordered by them, so relaxed.
+    std::atomic<std::uint16_t> motor_large{0};
+    std::atomic<std::uint16_t> motor_small{0};
+    BusX360Report last_report{};
+    std::vector<std::size_t> attribute_map;  // per row, its position in the XInput view
+    GamepadState physical_state;             // the XInput view of the slot
+};
+
+// XInput plus one virtual Xbox 360 pad, plugged into the bus driver. Outwardly the virtual pad
+// has all 23 attributes in fixed positions; inwardly its XInput slot reads it back.
+class ViGEmBackend final : public XInputBackend {
+public:
+    ViGEmBackend() = default;
+    // Main thread, after the polling thread has ended: takes down a pad still attached.
+    ~ViGEmBackend() override;
+
+    std::size_t virtual_gamepad_count() override { return 1; }
+    QByteArray virtual_gamepad_name(std::size_t kind) override;
+    std::uint32_t attach_virtual_gamepad(std::size_t kind, std::size_t& pad) override;
+    QByteArray attach_error_text(std::size_t kind, std::uint32_t code) override;
+    bool can_hide_feed_gamepad() override { return false; }
+    void hide_feed_gamepad() override {}
+    GamepadCapabilities gamepad_capabilities(std::size_t pad) override;
+    std::size_t attribute_count(std::size_t pad) override;
+    const AttributeInfo& attribute_info(std::size_t pad, std::size_t position) override;
+    QByteArray attribute_label(std::size_t pad, std::size_t position) override;
+    void detach_virtual_gamepad(std::size_t pad) override;
+    ReadFlags read_gamepad(std::size_t pad, GamepadState& state) override;
+    void write_gamepad(std::size_t pad, const GamepadState& state) override;
+
+    // The report that the values of the 23 rows make; clamped, NaN as 0.
+    static BusX360Report build_report(const GamepadState& state);
+
+private:
+    static void on_rumble(BusClient* client, BusTarget* target, std::uint8_t large,
+                          std::uint8_t small, std::uint8_t third, void* user_data);
+    bool is_virtual(std::size_t pad) const;
+    std::size_t slot_size(std::size_t pad) const;
+    void rebuild_attribute_map(std::size_t pad);
+    // Removes and frees the attached target, whatever the bus says, and resets the record.
+    void take_down_target();
+    void reset_virtual_pad();
+    // Attach, after the client is connected. 0, 1 or 3.
+    std::uint32_t attach_target(std::size_t kind, std::size_t& pad);
+    // Looks for the sentinel in XInput for about a second; the user index, or -1.
+    int discover(BusTarget* target, bool& update_failed);
+
+    BusClient* client_ = nullptr;  // owned; connected from the first attach on
+    VirtualPad virtual_pad_;
+    std::int32_t detached_pad_ = -1;
+    // The target whose rumble counts; the notification thread compares, the polling thread sets.
+    std::atomic<BusTarget*> rumble_target_{nullptr};
+};
+
+}  // namespace gamepad

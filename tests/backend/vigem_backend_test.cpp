@@ -1,0 +1,191 @@
+#include <QElapsedTimer>
+#include <QString>
+#include <QStringList>
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <thread>
+
+#include "backend/attribute_table.h"
+#include "backend/bus/bus_requests.h"
+#include "backend/vigem_backend.h"
+#include "plugin/host_wrappers.h"
+#include "support/kit_fixture.h"
+#include "zestsim/zestsim.h"
+
+namespace gamepad {
+namespace {
+
+using ::testing::ElementsAre;
+
+QStringList captured;
+
+void capture(QtMsgType type, const QMessageLogContext&, const QString& text) {
+    const char* level = type == QtInfoMsg ? "info " : type == QtWarningMsg ? "warning " : "debug ";
+    captured.append(QLatin1String(level) + text);
+}
+
+class ViGEmBackendTest : public KitTest {
+protected:
+    void SetUp() override {
+        KitTest::SetUp();
+        plugin_host_handle = hostkit::host_handle();
+        zestsim::reset();
+        captured.clear();
+        previous_handler = qInstallMessageHandler(capture);
+    }
+    void TearDown() override {
+        backend.reset();
+        qInstallMessageHandler(previous_handler);
+        EXPECT_EQ(zestsim::pending_requests(), 0u);
+        KitTest::TearDown();
+    }
+    std::uint32_t attach(std::size_t& pad) { return backend->attach_virtual_gamepad(0, pad); }
+    ReadFlags read(std::size_t pad) {
+        state.values.clear();
+        state.values.resize(backend->attribute_count(pad));
+        return backend->read_gamepad(pad, state);
+    }
+    std::uint64_t reports() { return zestsim::ioctl_calls(BUS_IOCTL_SUBMIT_X360_REPORT); }
+
+    std::unique_ptr<ViGEmBackend> backend = std::make_unique<ViGEmBackend>();
+    GamepadState state;
+    QtMessageHandler previous_handler = nullptr;
+};
+
+TEST_F(ViGEmBackendTest, AttachFindsTheTargetBehindTheSentinelAndLogsEachStage) {
+    zestsim::plug_pad(0, zestsim::Subtype::Gamepad);
+    zestsim::plug_pad(1, zestsim::Subtype::Wheel);
+    std::size_t pad = 9;
+    ASSERT_EQ(attach(pad), 0u);
+    EXPECT_EQ(pad, 2u);
+    EXPECT_THAT(captured, ElementsAre(QStringLiteral("info Gamepad: connecting to ViGEm"),
+                                      QStringLiteral("info Gamepad: attaching ViGEm target"),
+                                      QStringLiteral("info Gamepad: discovering ViGEm target"),
+                                      QStringLiteral("info Gamepad: ViGEm target set up "
+                                                     "successfully as user 2")));
+    EXPECT_EQ(zestsim::target_report(1).thumb_lx, 0);  // the zero report after the sentinel
+    EXPECT_EQ(backend->gamepad_capabilities(2), GamepadCapabilities(15));
+    EXPECT_EQ(backend->attribute_count(2), 23u);
+    EXPECT_STREQ(backend->attribute_info(2, 12).id, "button_guide");
+
+    backend->refresh_gamepads();
+    EXPECT_TRUE(read(2).testFlag(ReadFlag::MetadataChanged));
+    EXPECT_EQ(state.values.size(), 23u);
+    EXPECT_TRUE(state.is_connected);
+    EXPECT_EQ(state.values[12].kind, AttributeValue::Kind::Empty);  // XInput hides the guide
+    EXPECT_EQ(state.values[21].as_motor(), 0.0);
+    EXPECT_EQ(backend->attribute_label(2, 13), "GenericGamepad.ButtonA");
+    EXPECT_EQ(read(2), ReadFlags());
+
+    backend->detach_virtual_gamepad(2);
+    EXPECT_EQ(zestsim::plugged_targets(), 0u);
+    EXPECT_TRUE(read(2).testFlag(ReadFlag::MetadataChanged));
+    EXPECT_EQ(backend->gamepad_capabilities(2), GamepadCapabilities(9));
+}
+
+TEST_F(ViGEmBackendTest, FailuresEndInTheirCodesWithNothingLeftPlugged) {
+    std::size_t pad = 0;
+    zestsim::set_bus_driver(false);
+    EXPECT_EQ(attach(pad), 2u);
+    EXPECT_EQ(
+        captured.last(),
+        QStringLiteral("warning Gamepad: could not connect to ViGEm driver - error 0xe0000001"));
+    zestsim::set_bus_driver(true);
+    zestsim::refuse_all_serials(true);
+    EXPECT_EQ(attach(pad), 3u);  // connected anew, then refused
+    EXPECT_EQ(captured.last(),
+              QStringLiteral("warning Gamepad: could not add ViGEm target - error 0xe0000002"));
+    zestsim::refuse_all_serials(false);
+
+    zestsim::set_target_appearance(zestsim::Appearance::Never);
+    QElapsedTimer clock;
+    clock.start();
+    EXPECT_EQ(attach(pad), 1u);
+    EXPECT_GE(clock.elapsed(), 900);  // about a second of discovery
+    EXPECT_EQ(captured.last(),
+              QStringLiteral("warning Gamepad: could not discover ViGEm target: timed out"));
+    EXPECT_EQ(zestsim::plugged_targets(), 0u);
+    EXPECT_EQ(backend->attach_error_text(0, 1), "VirtualGamepad.ErrorUnknown");
+    EXPECT_EQ(backend->attach_error_text(0, 2), "VirtualGamepad.ErrorNoDriver");
+    EXPECT_EQ(backend->attach_error_text(0, 3), "VirtualGamepad.ErrorNoFreeSlot");
+}
+
+TEST_F(ViGEmBackendTest, ReportsCarryEveryByteAndAxisBitForBit) {
+    GamepadState out{true, std::vector<AttributeValue>(23)};
+    for (int byte = 0; byte < 256; ++byte) {
+        out.values[row_trigger_left] = AttributeValue::make_trigger(byte / trigger_scale);
+        ASSERT_EQ(ViGEmBackend::build_report(out).left_trigger, byte);
+    }
+    for (int axis = -32768; axis < 32768; ++axis) {
+        const auto word = static_cast<std::int16_t>(axis);
+        out.values[row_stick_right] =
+            AttributeValue::make_stick({right_stick_deadzone, 0.0, decode_axis(word)});
+        ASSERT_EQ(ViGEmBackend::build_report(out).thumb_ry, word);
+    }
+    out.values[row_trigger_left] = AttributeValue::make_trigger(0.5);
+    out.values[row_trigger_right] = AttributeValue::make_trigger(std::nan(""));
+    out.values[row_stick_left] = AttributeValue::make_stick({0, 2.0, -0.5});
+    out.values[row_stick_right] = AttributeValue::make_button(true);  // the wrong kind: zero
+    out.values[13] = AttributeValue::make_button(true);
+    out.values[12] = AttributeValue::make_button(true);
+    const BusX360Report report = ViGEmBackend::build_report(out);
+    EXPECT_EQ(report.buttons, 0x1000 | 0x0400);
+    EXPECT_EQ(report.left_trigger, 127);
+    EXPECT_EQ(report.right_trigger, 0);
+    EXPECT_EQ(report.thumb_lx, 32767);
+    EXPECT_EQ(report.thumb_ly, -16384);
+    EXPECT_EQ(report.thumb_ry, 0);
+    out.values[row_trigger_right] = AttributeValue();
+    out.values[row_button_right_trigger] = AttributeValue::make_button(true);
+    EXPECT_EQ(ViGEmBackend::build_report(out).right_trigger, 255);  // pressed on its own
+}
+
+TEST_F(ViGEmBackendTest, WritesGoOutOnceAndRumbleComesBackAsMotors) {
+    std::size_t pad = 0;
+    ASSERT_EQ(attach(pad), 0u);
+    backend->refresh_gamepads();
+    read(pad);
+    GamepadState out{true, std::vector<AttributeValue>(23)};
+    const std::uint64_t sent = reports();
+    backend->write_gamepad(pad, out);
+    EXPECT_EQ(reports(), sent);  // all zero, as last sent
+    out.values[13] = AttributeValue::make_button(true);
+    backend->write_gamepad(pad, out);
+    backend->write_gamepad(pad, out);
+    EXPECT_EQ(reports(), sent + 1);
+    EXPECT_EQ(zestsim::target_report(1).buttons, 0x1000);
+    read(pad);
+    EXPECT_TRUE(state.values[13].as_button());             // back through XInput
+    EXPECT_EQ(zestsim::calls("XInputSetState", pad), 0u);  // no writer on the motors
+
+    XINPUT_VIBRATION other_program{0xFF00, 0x0100};
+    XInputSetState(static_cast<DWORD>(pad), &other_program);
+    for (int i = 0; i < 500 && state.values[21].as_motor() != 1.0; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        read(pad);
+    }
+    EXPECT_EQ(state.values[21].as_motor(), 1.0);
+    EXPECT_EQ(state.values[22].as_motor(), 257 / 65535.0);
+}
+
+TEST_F(ViGEmBackendTest, ManyCyclesAndAnAttachedPadAtDestructionLeaveNothingBehind) {
+    for (int cycle = 0; cycle < 10; ++cycle) {
+        std::size_t pad = 0;
+        ASSERT_EQ(attach(pad), 0u);
+        if (cycle % 3 == 0) {
+            ASSERT_EQ(attach(pad), 0u);  // a second attach replaces the first
+        }
+        EXPECT_EQ(zestsim::plugged_targets(), 1u);
+        backend->detach_virtual_gamepad(pad);
+        EXPECT_EQ(zestsim::plugged_targets(), 0u);
+    }
+    std::size_t pad = 0;
+    ASSERT_EQ(attach(pad), 0u);
+    backend.reset();
+    EXPECT_EQ(zestsim::plugged_targets(), 0u);
+}
+
+}  // namespace
+}  // namespace gamepad
