@@ -107,6 +107,9 @@ TEST_F(ViGEmBackendTest, FailuresEndInTheirCodesWithNothingLeftPlugged) {
     EXPECT_EQ(captured.last(),
               QStringLiteral("warning Gamepad: could not discover ViGEm target: timed out"));
     EXPECT_EQ(zestsim::plugged_targets(), 0u);
+    backend->detach_virtual_gamepad(0);  // nothing attached: logged, and nothing else
+    EXPECT_EQ(captured.last(),
+              QStringLiteral("warning Gamepad: could not remove ViGEm target - error 0xe0000003"));
     EXPECT_EQ(backend->attach_error_text(0, 1), "VirtualGamepad.ErrorUnknown");
     EXPECT_EQ(backend->attach_error_text(0, 2), "VirtualGamepad.ErrorNoDriver");
     EXPECT_EQ(backend->attach_error_text(0, 3), "VirtualGamepad.ErrorNoFreeSlot");
@@ -159,6 +162,15 @@ TEST_F(ViGEmBackendTest, WritesGoOutOnceAndRumbleComesBackAsMotors) {
     read(pad);
     EXPECT_TRUE(state.values[13].as_button());             // back through XInput
     EXPECT_EQ(zestsim::calls("XInputSetState", pad), 0u);  // no writer on the motors
+
+    zestsim::deny_reports(true);  // a failed report is logged once and counts as sent
+    out.values[14] = AttributeValue::make_button(true);
+    backend->write_gamepad(pad, out);
+    backend->write_gamepad(pad, out);
+    EXPECT_EQ(reports(), sent + 2);
+    EXPECT_EQ(captured.last(),
+              QStringLiteral("warning Gamepad: could not update ViGEM target - error 0xe0000003"));
+    zestsim::deny_reports(false);
 
     XINPUT_VIBRATION other_program{0xFF00, 0x0100};
     XInputSetState(static_cast<DWORD>(pad), &other_program);
