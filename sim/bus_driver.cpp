@@ -65,6 +65,16 @@ Outcome done(DWORD error, DWORD bytes = 0) {
     return Outcome{false, error, bytes};
 }
 
+// A completed notification: the large and small motor bytes and the user index.
+void write_rumble(BYTE* buffer, std::uint32_t serial, const Vibration& vibration, DWORD user) {
+    const std::uint32_t header[] = {12, serial};
+    std::memcpy(buffer, header, sizeof header);
+    buffer[8] = static_cast<BYTE>(vibration.left >> 8);
+    buffer[9] = static_cast<BYTE>(vibration.right >> 8);
+    buffer[10] = static_cast<BYTE>(user);
+    buffer[11] = 0;
+}
+
 Target* plugged(std::uint32_t serial) {
     auto& targets = Machine::get().bus.targets;
     const auto found = targets.find(serial);
@@ -78,7 +88,11 @@ Outcome plug(const BYTE* in) {
     if (bus.refuse_all_serials || bus.refused_serials.count(serial) != 0 || plugged(serial)) {
         return done(error_already_exists);
     }
-    bus.targets[serial] = Target{u32(in, 8), u16(in, 12), u16(in, 14), false, -1, {}};
+    Target& target = bus.targets[serial];
+    target = Target();
+    target.type = u32(in, 8);
+    target.vendor = u16(in, 12);
+    target.product = u16(in, 14);
     return done(0);
 }
 
@@ -149,9 +163,16 @@ Outcome handle_request(const std::shared_ptr<Device>& device, DWORD code, const 
             return make_ready(u32(in, 4));
         case submit_report:
             return submit(in);
-        case await_notification:
-            if (plugged(u32(in, 4)) == nullptr) return done(ERROR_ACCESS_DENIED);
+        case await_notification: {
+            Target* target = plugged(u32(in, 4));
+            if (target == nullptr) return done(ERROR_ACCESS_DENIED);
+            if (target->rumble_waiting) {
+                target->rumble_waiting = false;
+                write_rumble(out, u32(in, 4), target->rumble, target->rumble_user);
+                return done(0, 12);
+            }
             [[fallthrough]];
+        }
         case await_output:
             bus.pending.push_back({device, code, out, overlapped, u32(in, 4)});
             return Outcome{true, 0, 0};
@@ -217,14 +238,14 @@ void notify_rumble(std::uint32_t serial, const Vibration& vibration, DWORD user)
         if (it->code != await_notification || it->serial != serial) continue;
         const PendingRequest request = *it;
         pending.erase(it);
-        const std::uint32_t header[] = {12, serial};
-        std::memcpy(request.buffer, header, sizeof header);
-        request.buffer[8] = static_cast<BYTE>(vibration.left >> 8);
-        request.buffer[9] = static_cast<BYTE>(vibration.right >> 8);
-        request.buffer[10] = static_cast<BYTE>(user);
-        request.buffer[11] = 0;
+        write_rumble(request.buffer, serial, vibration, user);
         complete(request, 0, 12);
         return;
+    }
+    if (Target* target = plugged(serial)) {
+        target->rumble_waiting = true;
+        target->rumble = vibration;
+        target->rumble_user = user;
     }
 }
 

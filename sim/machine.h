@@ -53,6 +53,10 @@ struct Target {
     bool ready = false;
     int user = -1;  // the XInput index it shows at
     PadState report;
+    // A rumble that came while no notification request waited; the next one gets it at once.
+    bool rumble_waiting = false;
+    Vibration rumble;
+    DWORD rumble_user = 0;
 };
 
 struct BusDriver {
