@@ -13,7 +13,13 @@ bool send_unless_stopped(HANDLE device, DWORD code, BusRequest<Size>& request, H
     OVERLAPPED overlapped{};
     overlapped.hEvent = event;
     const DWORD size = request.template get<std::uint32_t>(0);
-    DeviceIoControl(device, code, request.bytes, size, request.bytes, size, nullptr, &overlapped);
+    if (!DeviceIoControl(device, code, request.bytes, size, request.bytes, size, nullptr,
+                         &overlapped) &&
+        GetLastError() != ERROR_IO_PENDING) {
+        // Refused before it was queued: nothing will signal the event.
+        error = GetLastError();
+        return true;
+    }
     const HANDLE waits[] = {stop, event};
     DWORD transferred = 0;
     if (WaitForMultipleObjects(2, waits, FALSE, INFINITE) == WAIT_OBJECT_0) {
