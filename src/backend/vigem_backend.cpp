@@ -21,7 +21,8 @@ constexpr std::size_t none = static_cast<std::size_t>(-1);
 constexpr std::int16_t sentinel_lx = 0x70D8;
 constexpr std::int16_t sentinel_ly = static_cast<std::int16_t>(0xBBE5);
 
-QMessageLogger log() {
+// No file, line or function in the messages.
+QMessageLogger logger() {
     return QMessageLogger();
 }
 
@@ -98,14 +99,14 @@ std::uint32_t ViGEmBackend::attach_virtual_gamepad(std::size_t kind, std::size_t
     // none stays plugged without an owner.
     if (virtual_pad_.target != nullptr) detach_virtual_gamepad(virtual_pad_.user_index);
     if (client_ == nullptr) {
-        log().info("Gamepad: connecting to ViGEm");
+        logger().info("Gamepad: connecting to ViGEm");
         BusClient* client = bus_client_alloc();
         if (client == nullptr) {
-            log().warning("Gamepad: could not allocate ViGEm driver connection");
+            logger().warning("Gamepad: could not allocate ViGEm driver connection");
             return 1;
         }
         if (const BusStatus status = bus_client_connect(client); status != BUS_OK) {
-            log().warning("Gamepad: could not connect to ViGEm driver - error %#x", status);
+            logger().warning("Gamepad: could not connect to ViGEm driver - error %#x", status);
             bus_client_free(client);
             return 2;
         }
@@ -115,35 +116,36 @@ std::uint32_t ViGEmBackend::attach_virtual_gamepad(std::size_t kind, std::size_t
 }
 
 std::uint32_t ViGEmBackend::attach_target(std::size_t kind, std::size_t& pad) {
-    log().info("Gamepad: attaching ViGEm target");
+    logger().info("Gamepad: attaching ViGEm target");
     BusTarget* target = bus_target_alloc_x360();
     if (target == nullptr) {
-        log().warning("Gamepad: could not allocate ViGEm target");
+        logger().warning("Gamepad: could not allocate ViGEm target");
         return 1;
     }
     if (const BusStatus status = bus_target_add(client_, target); status != BUS_OK) {
-        log().warning("Gamepad: could not add ViGEm target - error %#x", status);
+        logger().warning("Gamepad: could not add ViGEm target - error %#x", status);
         bus_target_free(target);
         return 3;
     }
     if (const BusStatus status = bus_target_register_notification(client_, target, on_rumble, this);
         status != BUS_OK) {
-        log().warning("Gamepad: could not register listener to ViGEm target - error %#x", status);
+        logger().warning("Gamepad: could not register listener to ViGEm target - error %#x",
+                         status);
         bus_target_remove(client_, target);
         bus_target_free(target);
         return 1;
     }
-    log().info("Gamepad: discovering ViGEm target");
+    logger().info("Gamepad: discovering ViGEm target");
     bool update_failed = false;
     const int user = discover(target, update_failed);
     if (!update_failed) bus_target_update_x360(client_, target, BusX360Report{});
     if (user < 0) {
-        log().warning("Gamepad: could not discover ViGEm target: timed out");
+        logger().warning("Gamepad: could not discover ViGEm target: timed out");
         bus_target_remove(client_, target);
         bus_target_free(target);
         return 1;
     }
-    log().info("Gamepad: ViGEm target set up successfully as user %i", user);
+    logger().info("Gamepad: ViGEm target set up successfully as user %i", user);
     reset_virtual_pad();
     virtual_pad_.kind = kind;
     virtual_pad_.target = target;
@@ -163,7 +165,7 @@ int ViGEmBackend::discover(BusTarget* target, bool& update_failed) {
     while (!timer.hasExpired(1000)) {
         if (const BusStatus status = bus_target_update_x360(client_, target, sentinel);
             status != BUS_OK) {
-            log().warning("Gamepad: could not update ViGEm target - error %#x", status);
+            logger().warning("Gamepad: could not update ViGEm target - error %#x", status);
             update_failed = true;
             return -1;
         }
@@ -187,7 +189,7 @@ void ViGEmBackend::detach_virtual_gamepad(std::size_t) {
 void ViGEmBackend::take_down_target() {
     if (const BusStatus status = bus_target_remove(client_, virtual_pad_.target);
         status != BUS_OK) {
-        log().warning("Gamepad: could not remove ViGEm target - error %#x", status);
+        logger().warning("Gamepad: could not remove ViGEm target - error %#x", status);
     }
     reset_virtual_pad();
 }
@@ -316,7 +318,7 @@ void ViGEmBackend::write_gamepad(std::size_t pad, const GamepadState& state) {
     }
     if (const BusStatus status = bus_target_update_x360(client_, virtual_pad_.target, report);
         status != BUS_OK) {
-        log().warning("Gamepad: could not update ViGEM target - error %#x", status);
+        logger().warning("Gamepad: could not update ViGEM target - error %#x", status);
     }
     virtual_pad_.last_report = report;
 }
