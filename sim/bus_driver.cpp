@@ -1,5 +1,6 @@
 // The simulated virtual-pad bus driver: its requests, its targets and how they show in XInput.
 
+#include <algorithm>
 #include <chrono>
 #include <cstring>
 #include <thread>
@@ -61,18 +62,16 @@ bool well_formed(DWORD code, const BYTE* in, DWORD in_size) {
     return in != nullptr && in_size == size && u32(in, 0) == size;
 }
 
-Outcome done(DWORD error, DWORD bytes = 0) {
-    return Outcome{false, error, bytes};
-}
-
 // A completed notification: the large and small motor bytes and the user index.
-void write_rumble(BYTE* buffer, std::uint32_t serial, const Vibration& vibration, DWORD user) {
+Outcome rumble_outcome(std::uint32_t serial, const Vibration& vibration, DWORD user) {
+    Outcome outcome;
+    outcome.bytes = 12;
     const std::uint32_t header[] = {12, serial};
-    std::memcpy(buffer, header, sizeof header);
-    buffer[8] = static_cast<BYTE>(vibration.left >> 8);
-    buffer[9] = static_cast<BYTE>(vibration.right >> 8);
-    buffer[10] = static_cast<BYTE>(user);
-    buffer[11] = 0;
+    std::memcpy(outcome.data.data(), header, sizeof header);
+    outcome.data[8] = static_cast<BYTE>(vibration.left >> 8);
+    outcome.data[9] = static_cast<BYTE>(vibration.right >> 8);
+    outcome.data[10] = static_cast<BYTE>(user);
+    return outcome;
 }
 
 Target* plugged(std::uint32_t serial) {
@@ -104,9 +103,9 @@ Outcome unplug(std::uint32_t serial) {
     // The target's notification requests end with it.
     complete_pending(
         [serial](const PendingRequest& r) {
-            return r.code == await_notification && r.serial == serial;
+            return r.code == await_notification && r.serial == serial && r.id == 0;
         },
-        ERROR_ACCESS_DENIED);
+        done(ERROR_ACCESS_DENIED));
     return done(0);
 }
 
@@ -116,6 +115,8 @@ Outcome make_ready(std::uint32_t serial) {
     Target* target = plugged(serial);
     if (target == nullptr) return done(ERROR_INVALID_PARAMETER);
     target->ready = true;
+    target->reads_left = bus.late_reads;
+    target->visible_at = std::chrono::steady_clock::now() + bus.late_delay;
     if (bus.appearance == Appearance::AtOnce) show_target(serial);
     return done(0);
 }
@@ -141,72 +142,83 @@ Outcome submit(const BYTE* in) {
 
 }  // namespace
 
-Outcome handle_request(const std::shared_ptr<Device>& device, DWORD code, const BYTE* in,
-                       DWORD in_size, BYTE* out, DWORD out_size, OVERLAPPED* overlapped) {
+Outcome handle_request(const PendingRequest& request, const BYTE* in, DWORD in_size,
+                       DWORD out_size) {
+    const DWORD code = request.code;
     if (!well_formed(code, in, in_size)) {
         return done(code == 0 ? error_invalid_function : ERROR_INVALID_PARAMETER);
     }
     const bool echoes = code == await_notification || code == await_output;
-    if (echoes && (out == nullptr || out_size < in_size)) return done(ERROR_INVALID_PARAMETER);
+    if (echoes && (request.buffer == nullptr || out_size < in_size)) {
+        return done(ERROR_INVALID_PARAMETER);
+    }
     BusDriver& bus = Machine::get().bus;
+    const std::uint32_t serial = u32(in, 4);
     switch (code) {
         case check_version: {
-            const bool refused = device->interface_index >= bus.interfaces.size() ||
-                                 bus.interfaces[device->interface_index].refuse_version;
-            return done(refused || u32(in, 4) != 1 ? error_not_supported : 0);
+            const std::size_t index = request.device->interface_index;
+            const bool refused =
+                index >= bus.interfaces.size() || bus.interfaces[index].refuse_version;
+            return done(refused || serial != 1 ? error_not_supported : 0);
         }
         case plug_target:
             return plug(in);
         case unplug_target:
-            return unplug(u32(in, 4));
+            return unplug(serial);
         case wait_ready:
-            return make_ready(u32(in, 4));
+            return make_ready(serial);
         case submit_report:
             return submit(in);
         case await_notification: {
-            Target* target = plugged(u32(in, 4));
+            Target* target = plugged(serial);
             if (target == nullptr) return done(ERROR_ACCESS_DENIED);
             if (target->rumble_waiting) {
                 target->rumble_waiting = false;
-                write_rumble(out, u32(in, 4), target->rumble, target->rumble_user);
-                return done(0, 12);
+                return rumble_outcome(serial, target->rumble, target->rumble_user);
             }
             [[fallthrough]];
         }
-        case await_output:
-            bus.pending.push_back({device, code, out, overlapped, u32(in, 4)});
-            return Outcome{true, 0, 0};
+        case await_output: {
+            PendingRequest waiting = request;
+            waiting.serial = serial;
+            bus.pending.push_back(waiting);
+            Outcome outcome;
+            outcome.pending = true;
+            return outcome;
+        }
         default:
             return done(error_invalid_function);
     }
 }
 
-void complete(const PendingRequest& request, DWORD error, DWORD bytes) {
+void complete(const PendingRequest& request, const Outcome& outcome) {
     Kernel& kernel = Kernel::get();
-    request.overlapped->InternalHigh = bytes;
-    request.overlapped->Internal = status_of(error);
+    if (request.buffer != nullptr && outcome.bytes != 0) {
+        std::memcpy(request.buffer, outcome.data.data(), outcome.bytes);
+    }
+    request.overlapped->InternalHigh = outcome.bytes;
+    request.overlapped->Internal = status_of(outcome.error);
     if (const auto event = kernel.find<Event>(request.overlapped->hEvent)) event->set = true;
     kernel.changed.notify_all();
 }
 
-void delay_completion(const std::shared_ptr<Device>& device, DWORD code, OVERLAPPED* overlapped,
-                      const Outcome& outcome) {
+void delay_completion(const PendingRequest& request, const Outcome& outcome) {
     BusDriver& bus = Machine::get().bus;
-    const std::uint64_t id = ++bus.next_delayed;
-    bus.pending.push_back({device, code, nullptr, overlapped, 0, id});
-    std::thread([id, outcome, delay = bus.delay_ms] {
+    PendingRequest held = request;
+    held.id = ++bus.next_delayed;
+    bus.pending.push_back(held);
+    std::thread([id = held.id, outcome, delay = bus.delay_ms] {
         std::this_thread::sleep_for(std::chrono::milliseconds(delay));
         Kernel& kernel = Kernel::get();
         std::lock_guard lock(kernel.mutex);
         // Gone already if it was cancelled, or the machine was reset, meanwhile.
-        complete_pending([id](const PendingRequest& r) { return r.id == id; }, outcome.error,
-                         outcome.bytes);
+        complete_pending([id](const PendingRequest& r) { return r.id == id; }, outcome);
     }).detach();
 }
 
 void Device::closed() {
     complete_pending([this](const PendingRequest& r) { return r.device.get() == this; },
-                     ERROR_OPERATION_ABORTED);
+                     done(ERROR_OPERATION_ABORTED));
 }
 
 void show_target(std::uint32_t serial) {
@@ -225,21 +237,32 @@ void show_target(std::uint32_t serial) {
     }
 }
 
-void count_read_for_late_targets() {
+void show_late_targets() {
     BusDriver& bus = Machine::get().bus;
-    if (bus.appearance != Appearance::Late || bus.late_reads-- > 0) return;
-    for (const auto& [serial, target] : bus.targets)
-        show_target(serial);
+    if (bus.appearance == Appearance::Never) return;
+    const auto now = std::chrono::steady_clock::now();
+    for (auto& [serial, target] : bus.targets) {
+        if (!target.ready || target.user >= 0) continue;
+        if (target.reads_left > 0) {
+            --target.reads_left;
+        } else if (now >= target.visible_at) {
+            show_target(serial);
+        }
+    }
 }
 
 void notify_rumble(std::uint32_t serial, const Vibration& vibration, DWORD user) {
+    const Outcome rumble = rumble_outcome(serial, vibration, user);
+    const auto waiting = [serial](const PendingRequest& r) {
+        return r.code == await_notification && r.serial == serial && r.id == 0;
+    };
+    // One waiting request takes the rumble; with none, the target keeps it for the next.
     std::vector<PendingRequest>& pending = Machine::get().bus.pending;
-    for (auto it = pending.begin(); it != pending.end(); ++it) {
-        if (it->code != await_notification || it->serial != serial) continue;
-        const PendingRequest request = *it;
-        pending.erase(it);
-        write_rumble(request.buffer, serial, vibration, user);
-        complete(request, 0, 12);
+    const auto found = std::find_if(pending.begin(), pending.end(), waiting);
+    if (found != pending.end()) {
+        const PendingRequest request = *found;
+        pending.erase(found);
+        complete(request, rumble);
         return;
     }
     if (Target* target = plugged(serial)) {

@@ -83,7 +83,7 @@ void reset() {
     Kernel& kernel = Kernel::get();
     std::lock_guard lock(kernel.mutex);
     detail::complete_pending([](const detail::PendingRequest&) { return true; },
-                             ERROR_OPERATION_ABORTED);
+                             detail::done(ERROR_OPERATION_ABORTED));
     Machine::get() = Machine();
     kernel.clear_counts();
     kernel.changed.notify_all();
@@ -173,6 +173,14 @@ void set_bus_interfaces(const std::vector<BusInterface>& interfaces) {
     with_bus([&](detail::BusDriver& bus) { bus.interfaces = interfaces; });
 }
 
+void add_bus_interface(const BusInterface& interface) {
+    with_bus([&](detail::BusDriver& bus) { bus.interfaces.push_back(interface); });
+}
+
+std::vector<BusInterface> bus_interfaces() {
+    return with_bus([](detail::BusDriver& bus) { return bus.interfaces; });
+}
+
 void refuse_serials(const std::vector<std::uint32_t>& serials) {
     with_bus([&](detail::BusDriver& bus) {
         bus.refused_serials = std::set<std::uint32_t>(serials.begin(), serials.end());
@@ -195,10 +203,11 @@ void deny_reports(bool deny) {
     with_bus([&](detail::BusDriver& bus) { bus.deny_reports = deny; });
 }
 
-void set_target_appearance(Appearance appearance, int reads) {
+void set_target_appearance(Appearance appearance, int reads, std::chrono::milliseconds delay) {
     with_bus([&](detail::BusDriver& bus) {
         bus.appearance = appearance;
         bus.late_reads = reads;
+        bus.late_delay = delay;
     });
 }
 

@@ -133,16 +133,16 @@ BOOL WINAPI DeviceIoControl(HANDLE hDevice, DWORD dwIoControlCode, LPVOID lpInBu
     overlapped->Internal = status_pending;
     overlapped->InternalHigh = 0;
     if (const auto event = kernel.find<Event>(overlapped->hEvent)) event->set = false;
-    const Outcome outcome =
-        handle_request(device, dwIoControlCode, static_cast<const BYTE*>(lpInBuffer), nInBufferSize,
-                       static_cast<BYTE*>(lpOutBuffer), nOutBufferSize, overlapped);
+    const PendingRequest request{device, dwIoControlCode, static_cast<BYTE*>(lpOutBuffer),
+                                 overlapped, 0};
+    const Outcome outcome = handle_request(request, static_cast<const BYTE*>(lpInBuffer),
+                                           nInBufferSize, nOutBufferSize);
     if (!outcome.pending && lpOverlapped != nullptr && Machine::get().bus.delay_ms > 0) {
-        delay_completion(device, dwIoControlCode, lpOverlapped, outcome);
+        delay_completion(request, outcome);
         return fail(ERROR_IO_PENDING);
     }
     if (!outcome.pending) {
-        complete(PendingRequest{device, dwIoControlCode, nullptr, overlapped, 0}, outcome.error,
-                 outcome.bytes);
+        complete(request, outcome);
     } else if (lpOverlapped == nullptr) {
         kernel.changed.wait(lock, [&] { return own.Internal != status_pending; });
     } else {
@@ -181,7 +181,7 @@ BOOL WINAPI CancelIoEx(HANDLE hFile, LPOVERLAPPED lpOverlapped) {
         [&](const PendingRequest& r) {
             return r.device == device && (lpOverlapped == nullptr || r.overlapped == lpOverlapped);
         },
-        ERROR_OPERATION_ABORTED);
+        done(ERROR_OPERATION_ABORTED));
     return cancelled != 0 ? TRUE : fail(ERROR_NOT_FOUND);
 }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -29,18 +30,24 @@ struct Device final : KernelObject {
     const std::size_t interface_index;
 };
 
-// What the driver does with a request: done at once with an error (0: success) and a byte
-// count, or left pending.
+// What the driver does with a request: done at once with an error (0: success) and the bytes
+// that go to the caller's output buffer, or left pending.
 struct Outcome {
     bool pending = false;
     DWORD error = 0;
     DWORD bytes = 0;
+    std::array<BYTE, 12> data{};  // the first `bytes` of them; written only at completion
 };
+inline Outcome done(DWORD error) {
+    Outcome outcome;
+    outcome.error = error;
+    return outcome;
+}
 // A request that waits in the driver for something to happen, or for a slow driver.
 struct PendingRequest {
     std::shared_ptr<Device> device;
     DWORD code;
-    BYTE* buffer;  // the caller's, written only at completion
+    BYTE* buffer;  // the caller's output buffer, written only at completion
     OVERLAPPED* overlapped;
     std::uint32_t serial;
     std::uint64_t id = 0;  // set for a request that a slow driver holds back
@@ -52,6 +59,9 @@ struct Target {
     std::uint16_t product = 0;
     bool ready = false;
     int user = -1;  // the XInput index it shows at
+    // A late target shows up once these reads have passed and this time has come.
+    int reads_left = 0;
+    std::chrono::steady_clock::time_point visible_at;
     PadState report;
     // A rumble that came while no notification request waited; the next one gets it at once.
     bool rumble_waiting = false;
@@ -68,6 +78,7 @@ struct BusDriver {
     bool deny_reports = false;
     Appearance appearance = Appearance::AtOnce;
     int late_reads = 0;
+    std::chrono::milliseconds late_delay{0};
     std::map<std::uint32_t, Target> targets;  // by serial number
     std::vector<PendingRequest> pending;
     int delay_ms = 0;  // a slow driver holds every answer back this long
@@ -92,22 +103,23 @@ inline DWORD error_of(ULONG_PTR status) {
     return static_cast<DWORD>(status & 0xFFFF);
 }
 
-Outcome handle_request(const std::shared_ptr<Device>& device, DWORD code, const BYTE* in,
-                       DWORD in_size, BYTE* out, DWORD out_size, OVERLAPPED* overlapped);
+// Under the kernel lock. A request left pending is kept in the driver's list.
+Outcome handle_request(const PendingRequest& request, const BYTE* in, DWORD in_size,
+                       DWORD out_size);
 
 // Under the kernel lock, all of them.
 // Completes a request: the result into its buffer and OVERLAPPED, its event set.
-void complete(const PendingRequest& request, DWORD error, DWORD bytes);
+void complete(const PendingRequest& request, const Outcome& outcome);
 // Completes and drops the pending requests that `match` selects.
 template <typename Match>
-std::size_t complete_pending(Match match, DWORD error, DWORD bytes = 0) {
+std::size_t complete_pending(Match match, const Outcome& outcome) {
     std::vector<PendingRequest>& pending = Machine::get().bus.pending;
     std::size_t done = 0;
     for (auto it = pending.begin(); it != pending.end();) {
         if (match(*it)) {
             const PendingRequest request = *it;
             it = pending.erase(it);
-            complete(request, error, bytes);
+            complete(request, outcome);
             ++done;
         } else {
             ++it;
@@ -116,12 +128,11 @@ std::size_t complete_pending(Match match, DWORD error, DWORD bytes = 0) {
     return done;
 }
 // A slow driver: the answer to a request that is done already reaches the caller later.
-void delay_completion(const std::shared_ptr<Device>& device, DWORD code, OVERLAPPED* overlapped,
-                      const Outcome& outcome);
+void delay_completion(const PendingRequest& request, const Outcome& outcome);
 // Shows a ready target in XInput at the lowest free index, if it isn't shown yet.
 void show_target(std::uint32_t serial);
-// Called by every XInputGetState: a late target comes up after so many reads.
-void count_read_for_late_targets();
+// Called by every XInputGetState: late targets whose time has come show up.
+void show_late_targets();
 // XInputSetState on a target's index: its pending rumble notification completes.
 void notify_rumble(std::uint32_t serial, const Vibration& vibration, DWORD user);
 

@@ -36,7 +36,7 @@ DWORD WINAPI XInputGetState(DWORD dwUserIndex, XINPUT_STATE* pState) {
     Kernel& kernel = Kernel::get();
     std::lock_guard lock(kernel.mutex);
     kernel.count("XInputGetState", dwUserIndex);
-    zestsim::detail::count_read_for_late_targets();
+    zestsim::detail::show_late_targets();
     DWORD error = ERROR_SUCCESS;
     const PadSlot* slot = slot_of(dwUserIndex, error);
     if (slot == nullptr || pState == nullptr) return slot ? ERROR_INVALID_PARAMETER : error;

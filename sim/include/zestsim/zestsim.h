@@ -3,6 +3,7 @@
 // The control side of the simulated machine: what a person would do with the pads in their
 // hands, and what a test wants to know about the machine. Every function is thread-safe.
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -84,6 +85,8 @@ struct BusInterface {
 };
 void set_bus_driver(bool installed);
 void set_bus_interfaces(const std::vector<BusInterface>& interfaces);
+void add_bus_interface(const BusInterface& interface);
+std::vector<BusInterface> bus_interfaces();
 // Plug requests for these serial numbers fail, as for one that is taken.
 void refuse_serials(const std::vector<std::uint32_t>& serials);
 void refuse_all_serials(bool refuse);
@@ -92,9 +95,11 @@ void fail_wait_ready(std::uint32_t error);
 void deny_reports(bool deny);
 // A slow driver: every answer comes this many milliseconds late (0: at once).
 void set_driver_delay(int milliseconds);
-// When a ready target shows up in XInput: at once, never, or after `reads` XInputGetState calls.
+// When a ready target shows up in XInput: at once, never, or late, at the first XInputGetState
+// after `reads` of them have failed and `delay` has passed since its ready wait.
 enum class Appearance { AtOnce, Never, Late };
-void set_target_appearance(Appearance appearance, int reads = 0);
+void set_target_appearance(Appearance appearance, int reads = 0,
+                           std::chrono::milliseconds delay = std::chrono::milliseconds(0));
 
 // The plugged targets: the user index a target shows at (-1 while it doesn't), and the last
 // report submitted for it, as XInput reports it.
