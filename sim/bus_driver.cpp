@@ -115,6 +115,7 @@ Outcome make_ready(std::uint32_t serial) {
     Target* target = plugged(serial);
     if (target == nullptr) return done(ERROR_INVALID_PARAMETER);
     target->ready = true;
+    target->never_shows = bus.appearance == Appearance::Never;
     target->reads_left = bus.late_reads;
     target->visible_at = std::chrono::steady_clock::now() + bus.late_delay;
     if (bus.appearance == Appearance::AtOnce) show_target(serial);
@@ -238,11 +239,9 @@ void show_target(std::uint32_t serial) {
 }
 
 void show_late_targets() {
-    BusDriver& bus = Machine::get().bus;
-    if (bus.appearance == Appearance::Never) return;
     const auto now = std::chrono::steady_clock::now();
-    for (auto& [serial, target] : bus.targets) {
-        if (!target.ready || target.user >= 0) continue;
+    for (auto& [serial, target] : Machine::get().bus.targets) {
+        if (!target.ready || target.never_shows || target.user >= 0) continue;
         if (target.reads_left > 0) {
             --target.reads_left;
         } else if (now >= target.visible_at) {

@@ -163,6 +163,8 @@ BOOL WINAPI GetOverlappedResult(HANDLE hFile, LPOVERLAPPED lpOverlapped,
         if (!kernel.find<Device>(hFile)) return fail(ERROR_INVALID_HANDLE);
         if (!bWait) return fail(ERROR_IO_INCOMPLETE);
         kernel.changed.wait(lock, [&] { return lpOverlapped->Internal != status_pending; });
+        // Windows waits on the event here, and a satisfied wait resets an auto-reset event.
+        if (const auto event = kernel.find<Event>(lpOverlapped->hEvent)) event->acquire();
     }
     if (lpNumberOfBytesTransferred != nullptr) {
         *lpNumberOfBytesTransferred = static_cast<DWORD>(lpOverlapped->InternalHigh);

@@ -59,7 +59,9 @@ struct Target {
     std::uint16_t product = 0;
     bool ready = false;
     int user = -1;  // the XInput index it shows at
-    // A late target shows up once these reads have passed and this time has come.
+    // A late target shows up once these reads have passed and this time has come; one made
+    // ready while targets never show up never does.
+    bool never_shows = false;
     int reads_left = 0;
     std::chrono::steady_clock::time_point visible_at;
     PadState report;

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -126,6 +128,9 @@ TEST_F(BusDriverTest, APluggedReadyTargetShowsInXInputAndGetsItsRumble) {
     EXPECT_NE(send(device, plug, request({16, 1, 0, 0x028E045E}, 16)), 0u);  // taken
     EXPECT_NE(send(device, plug, request({16, 2, 0, 0x028E045E}, 16)), 0u);  // refused
     EXPECT_EQ(send(device, plug, request({16, 3, 0, 0x028E045E}, 16)), 0u);
+    EXPECT_NE(send(device, plug, request({16, 0, 0, 0x028E045E}, 16)), 0u);
+    EXPECT_NE(send(device, plug, request({16, 0x10000, 0, 0x028E045E}, 16)), 0u);
+    EXPECT_EQ(send(device, plug, request({16, 0xFFFF, 0, 0x028E045E}, 16)), 0u);
     EXPECT_EQ(zestsim::target_user(1), -1);  // not before it is ready
     EXPECT_EQ(send(device, ready, request({8, 1}, 8)), 0u);
     EXPECT_EQ(zestsim::target_user(1), 1);  // the lowest free index
@@ -160,7 +165,7 @@ TEST_F(BusDriverTest, APluggedReadyTargetShowsInXInputAndGetsItsRumble) {
     EXPECT_EQ(result(device, rumble, true), static_cast<DWORD>(ERROR_ACCESS_DENIED));
     XINPUT_STATE gone{};
     EXPECT_EQ(XInputGetState(1, &gone), static_cast<DWORD>(ERROR_DEVICE_NOT_CONNECTED));
-    EXPECT_EQ(zestsim::plugged_targets(), 1u);
+    EXPECT_EQ(zestsim::plugged_targets(), 2u);
 }
 
 TEST_F(BusDriverTest, WaitingRequestsEndByCancelOrClose) {
@@ -173,12 +178,23 @@ TEST_F(BusDriverTest, WaitingRequestsEndByCancelOrClose) {
     EXPECT_FALSE(CancelIoEx(device, &out.overlapped));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NOT_FOUND));
 
+    // Without an OVERLAPPED every request of that handle goes, and only of that handle.
+    HANDLE other = open_bus();
+    Pending elsewhere{request({72}, 72)};
+    start(other, output, elsewhere);
+    Pending second{request({72}, 72)};
+    start(device, output, out);
+    start(device, output, second);
+    EXPECT_TRUE(CancelIoEx(device, nullptr));
+    EXPECT_EQ(result(device, second, false), static_cast<DWORD>(ERROR_OPERATION_ABORTED));
+    EXPECT_EQ(result(other, elsewhere, false), static_cast<DWORD>(ERROR_IO_INCOMPLETE));
+
     start(device, output, out);
     EXPECT_TRUE(CloseHandle(device));
     opened.erase(std::find(opened.begin(), opened.end(), device));
     EXPECT_EQ(WaitForSingleObject(out.overlapped.hEvent, 5000), WAIT_OBJECT_0);
     EXPECT_EQ(result(device, out, false), static_cast<DWORD>(ERROR_OPERATION_ABORTED));
-    EXPECT_EQ(zestsim::pending_requests(), 0u);
+    EXPECT_EQ(zestsim::pending_requests(), 1u);  // the other handle's
     EXPECT_FALSE(DeviceIoControl(device, version, nullptr, 0, nullptr, 0, nullptr, nullptr));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
 }
@@ -213,7 +229,20 @@ TEST_F(BusDriverTest, FaultsForEveryFailureTheClientMustSurvive) {
     zestsim::set_target_appearance(zestsim::Appearance::Never);
     ASSERT_EQ(send(device, plug, request({16, 10, 0, 0}, 16)), 0u);
     EXPECT_EQ(send(device, ready, request({8, 10}, 8)), 0u);
+    EXPECT_NE(XInputGetState(1, &state), 0u);
     EXPECT_EQ(zestsim::target_user(10), -1);
+
+    const auto readied = std::chrono::steady_clock::now();
+    zestsim::set_target_appearance(zestsim::Appearance::Late, 0, std::chrono::milliseconds(300));
+    ASSERT_EQ(send(device, plug, request({16, 11, 0, 0}, 16)), 0u);
+    EXPECT_EQ(send(device, ready, request({8, 11}, 8)), 0u);
+    while (zestsim::target_user(11) < 0 &&
+           std::chrono::steady_clock::now() - readied < std::chrono::seconds(10)) {
+        XInputGetState(1, &state);
+    }
+    EXPECT_GE(std::chrono::steady_clock::now() - readied, std::chrono::milliseconds(300));
+    EXPECT_EQ(zestsim::target_user(11), 1);
+    EXPECT_EQ(zestsim::target_user(10), -1);  // still ready, but its moment was under Never
 }
 
 }  // namespace

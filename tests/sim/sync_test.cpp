@@ -30,12 +30,14 @@ TEST(SimulatedSync, EventsWakeTheLowestIndexAndAutoResetOnlyWhatAWaitTook) {
     EXPECT_EQ(WaitForMultipleObjects(2, both, TRUE, 0), WAIT_OBJECT_0);
     EXPECT_EQ(WaitForSingleObject(automatic, 0), static_cast<DWORD>(WAIT_TIMEOUT));
 
-    std::thread setter([&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        SetEvent(automatic);
-    });
-    EXPECT_EQ(WaitForSingleObject(automatic, INFINITE), WAIT_OBJECT_0);
-    setter.join();
+    EXPECT_EQ(WaitForSingleObject(automatic, 20), static_cast<DWORD>(WAIT_TIMEOUT));
+    ASSERT_TRUE(ResetEvent(manual));
+    std::thread waiter(
+        [&] { EXPECT_EQ(WaitForMultipleObjects(2, both, FALSE, INFINITE), WAIT_OBJECT_0 + 1); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    SetEvent(automatic);
+    waiter.join();
+    EXPECT_EQ(WaitForSingleObject(automatic, 0), static_cast<DWORD>(WAIT_TIMEOUT));
     EXPECT_TRUE(CloseHandle(manual));
     EXPECT_TRUE(CloseHandle(automatic));
 }
