@@ -73,5 +73,9 @@ private:
 
 // Per thread, as on Windows.
 void set_last_error(DWORD error);
+inline BOOL fail(DWORD error) {
+    set_last_error(error);
+    return FALSE;
+}
 
 }  // namespace zestsim::detail

@@ -1,7 +1,6 @@
-// Events, waits, threads and handles, by their Win32 names.
+// Events and waits by their Win32 names.
 
 #include <chrono>
-#include <thread>
 #include <vector>
 
 #include "kernel.h"
@@ -9,7 +8,6 @@
 using zestsim::detail::Event;
 using zestsim::detail::Kernel;
 using zestsim::detail::set_last_error;
-using zestsim::detail::ThreadObject;
 using zestsim::detail::Waitable;
 
 namespace {
@@ -108,42 +106,5 @@ DWORD WINAPI WaitForSingleObject(HANDLE hHandle, DWORD dwMilliseconds) {
 DWORD WINAPI WaitForMultipleObjects(DWORD nCount, const HANDLE* lpHandles, BOOL bWaitAll,
                                     DWORD dwMilliseconds) {
     return wait_for(nCount, lpHandles, bWaitAll != FALSE, dwMilliseconds);
-}
-
-HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE lpStartAddress,
-                           LPVOID lpParameter, DWORD, LPDWORD lpThreadId) {
-    Kernel& kernel = Kernel::get();
-    auto thread = std::make_shared<ThreadObject>();
-    HANDLE handle;
-    {
-        std::lock_guard lock(kernel.mutex);
-        kernel.count("CreateThread");
-        handle = kernel.add(thread);
-    }
-    if (lpThreadId != nullptr)
-        *lpThreadId = static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(handle));
-    // The object outlives a closed handle, so the thread can always report its end.
-    std::thread([thread, lpStartAddress, lpParameter] {
-        lpStartAddress(lpParameter);
-        Kernel& kernel = Kernel::get();
-        std::lock_guard lock(kernel.mutex);
-        thread->finished = true;
-        kernel.changed.notify_all();
-    }).detach();
-    return handle;
-}
-
-BOOL WINAPI CloseHandle(HANDLE hObject) {
-    Kernel& kernel = Kernel::get();
-    std::lock_guard lock(kernel.mutex);
-    kernel.count("CloseHandle");
-    const std::shared_ptr<zestsim::detail::KernelObject> object = kernel.remove(hObject);
-    if (!object) {
-        set_last_error(ERROR_INVALID_HANDLE);
-        return FALSE;
-    }
-    object->closed();
-    kernel.changed.notify_all();
-    return TRUE;
 }
 }

@@ -1,7 +1,8 @@
-// SetupAPI and overlapped device I/O by their Win32 names, over the simulated bus driver.
+// SetupAPI and CreateFileA by their Win32 names: finding and opening the bus interfaces.
 
 #include <cstring>
 #include <string>
+#include <string_view>
 
 #include "machine.h"
 
@@ -12,7 +13,7 @@ namespace {
 constexpr GUID bus_guid{
     0x96E42B22, 0xF5E9, 0x42F8, {0xB0, 0x43, 0xED, 0x0F, 0x93, 0x2F, 0x01, 0x4F}};
 constexpr DWORD error_invalid_user_buffer = 1784;
-constexpr const char* path_prefix = "\\\\?\\zestsim#vigembus#";
+constexpr std::string_view path_prefix = "\\\\?\\zestsim#vigembus#";
 
 // A snapshot of the interfaces present when the list was made.
 struct DeviceInfoList final : KernelObject {
@@ -25,12 +26,7 @@ bool same_guid(const GUID* a, const GUID& b) {
 }
 
 std::string interface_path(std::size_t index) {
-    return path_prefix + std::to_string(index);
-}
-
-BOOL fail(DWORD error) {
-    set_last_error(error);
-    return FALSE;
+    return std::string(path_prefix) + std::to_string(index);
 }
 
 }  // namespace
@@ -112,78 +108,9 @@ HANDLE WINAPI CreateFileA(LPCSTR lpFileName, DWORD, DWORD, LPSECURITY_ATTRIBUTES
         if (bus.interfaces[i].refuse_open) break;
         return kernel.add(std::make_shared<Device>(i));
     }
-    set_last_error(lpFileName != nullptr && std::strncmp(lpFileName, path_prefix, 21) == 0
+    set_last_error(lpFileName != nullptr && std::string_view(lpFileName).starts_with(path_prefix)
                        ? ERROR_ACCESS_DENIED
                        : ERROR_FILE_NOT_FOUND);
     return INVALID_HANDLE_VALUE;
-}
-
-BOOL WINAPI DeviceIoControl(HANDLE hDevice, DWORD dwIoControlCode, LPVOID lpInBuffer,
-                            DWORD nInBufferSize, LPVOID lpOutBuffer, DWORD nOutBufferSize,
-                            LPDWORD lpBytesReturned, LPOVERLAPPED lpOverlapped) {
-    Kernel& kernel = Kernel::get();
-    std::unique_lock lock(kernel.mutex);
-    kernel.count("DeviceIoControl");
-    kernel.count("ioctl " + std::to_string(dwIoControlCode));
-    const auto device = kernel.find<Device>(hDevice);
-    if (!device) return fail(ERROR_INVALID_HANDLE);
-    // Without an OVERLAPPED the caller waits right here, as for a handle opened without one.
-    OVERLAPPED own{};
-    OVERLAPPED* overlapped = lpOverlapped != nullptr ? lpOverlapped : &own;
-    overlapped->Internal = status_pending;
-    overlapped->InternalHigh = 0;
-    if (const auto event = kernel.find<Event>(overlapped->hEvent)) event->set = false;
-    const PendingRequest request{device, dwIoControlCode, static_cast<BYTE*>(lpOutBuffer),
-                                 overlapped, 0};
-    const Outcome outcome = handle_request(request, static_cast<const BYTE*>(lpInBuffer),
-                                           nInBufferSize, nOutBufferSize);
-    if (!outcome.pending && lpOverlapped != nullptr && Machine::get().bus.delay_ms > 0) {
-        delay_completion(request, outcome);
-        return fail(ERROR_IO_PENDING);
-    }
-    if (!outcome.pending) {
-        complete(request, outcome);
-    } else if (lpOverlapped == nullptr) {
-        kernel.changed.wait(lock, [&] { return own.Internal != status_pending; });
-    } else {
-        return fail(ERROR_IO_PENDING);
-    }
-    if (lpBytesReturned != nullptr) *lpBytesReturned = static_cast<DWORD>(overlapped->InternalHigh);
-    const DWORD error = error_of(overlapped->Internal);
-    return error == 0 ? TRUE : fail(error);
-}
-
-BOOL WINAPI GetOverlappedResult(HANDLE hFile, LPOVERLAPPED lpOverlapped,
-                                LPDWORD lpNumberOfBytesTransferred, BOOL bWait) {
-    Kernel& kernel = Kernel::get();
-    std::unique_lock lock(kernel.mutex);
-    kernel.count("GetOverlappedResult");
-    if (lpOverlapped == nullptr) return fail(ERROR_INVALID_PARAMETER);
-    if (lpOverlapped->Internal == status_pending) {
-        if (!kernel.find<Device>(hFile)) return fail(ERROR_INVALID_HANDLE);
-        if (!bWait) return fail(ERROR_IO_INCOMPLETE);
-        kernel.changed.wait(lock, [&] { return lpOverlapped->Internal != status_pending; });
-        // Windows waits on the event here, and a satisfied wait resets an auto-reset event.
-        if (const auto event = kernel.find<Event>(lpOverlapped->hEvent)) event->acquire();
-    }
-    if (lpNumberOfBytesTransferred != nullptr) {
-        *lpNumberOfBytesTransferred = static_cast<DWORD>(lpOverlapped->InternalHigh);
-    }
-    const DWORD error = error_of(lpOverlapped->Internal);
-    return error == 0 ? TRUE : fail(error);
-}
-
-BOOL WINAPI CancelIoEx(HANDLE hFile, LPOVERLAPPED lpOverlapped) {
-    Kernel& kernel = Kernel::get();
-    std::lock_guard lock(kernel.mutex);
-    kernel.count("CancelIoEx");
-    const auto device = kernel.find<Device>(hFile);
-    if (!device) return fail(ERROR_INVALID_HANDLE);
-    const std::size_t cancelled = complete_pending(
-        [&](const PendingRequest& r) {
-            return r.device == device && (lpOverlapped == nullptr || r.overlapped == lpOverlapped);
-        },
-        done(ERROR_OPERATION_ABORTED));
-    return cancelled != 0 ? TRUE : fail(ERROR_NOT_FOUND);
 }
 }
