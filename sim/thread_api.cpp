@@ -1,5 +1,6 @@
 // Threads and the closing of handles by their Win32 names.
 
+#include <system_error>
 #include <thread>
 
 #include "kernel.h"
@@ -17,18 +18,29 @@ HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE
     {
         std::lock_guard lock(kernel.mutex);
         kernel.count("CreateThread");
+        if (lpStartAddress == nullptr) {
+            zestsim::detail::set_last_error(ERROR_INVALID_PARAMETER);
+            return nullptr;
+        }
         handle = kernel.add(thread);
+    }
+    // The object outlives a closed handle, so the thread can always report its end.
+    try {
+        std::thread([thread, lpStartAddress, lpParameter] {
+            lpStartAddress(lpParameter);
+            Kernel& kernel = Kernel::get();
+            std::lock_guard lock(kernel.mutex);
+            thread->finished = true;
+            kernel.changed.notify_all();
+        }).detach();
+    } catch (const std::system_error&) {
+        std::lock_guard lock(kernel.mutex);
+        kernel.remove(handle);
+        zestsim::detail::set_last_error(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
     }
     if (lpThreadId != nullptr)
         *lpThreadId = static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(handle));
-    // The object outlives a closed handle, so the thread can always report its end.
-    std::thread([thread, lpStartAddress, lpParameter] {
-        lpStartAddress(lpParameter);
-        Kernel& kernel = Kernel::get();
-        std::lock_guard lock(kernel.mutex);
-        thread->finished = true;
-        kernel.changed.notify_all();
-    }).detach();
     return handle;
 }
 
