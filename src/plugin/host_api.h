@@ -7,6 +7,14 @@
 #include <cstddef>
 #include <cstdint>
 
+// The plug-in's exports. The library is built with hidden visibility, so these eight are marked
+// visible; on Windows a .def file names them instead.
+#if defined(_WIN32)
+#define ZPLUGIN_EXPORT
+#else
+#define ZPLUGIN_EXPORT __attribute__((visibility("default")))
+#endif
+
 extern "C" {
 
 using ZestHost = struct ZestHostTag*;
@@ -60,14 +68,14 @@ struct NodeTypeDescriptor {
 };
 
 // Exported by the plug-in.
-int zplugin_sdk_version(void);
-void zplugin_set_handle(ZestHost host);
-void zplugin_get_info(PluginInfo* info);
-int zplugin_load(ZestRegistry registry);
-void zplugin_unload(void);
-void zplugin_build_preferences(ZestPanel panel);
-void zplugin_confirm_preferences(ZestStore store);
-void zplugin_migrate_load_preferences(ZestStore store);
+ZPLUGIN_EXPORT int zplugin_sdk_version(void);
+ZPLUGIN_EXPORT void zplugin_set_handle(ZestHost host);
+ZPLUGIN_EXPORT void zplugin_get_info(PluginInfo* info);
+ZPLUGIN_EXPORT int zplugin_load(ZestRegistry registry);
+ZPLUGIN_EXPORT void zplugin_unload(void);
+ZPLUGIN_EXPORT void zplugin_build_preferences(ZestPanel panel);
+ZPLUGIN_EXPORT void zplugin_confirm_preferences(ZestStore store);
+ZPLUGIN_EXPORT void zplugin_migrate_load_preferences(ZestStore store);
 
 // Imported from the host: translation and strings. The first five of these are also called on
 // the polling thread; the host makes them thread-safe.
