@@ -1,30 +1,15 @@
-#include <QCoreApplication>
-#include <QElapsedTimer>
-#include <QThread>
-
 #include "gamepad/game_impl.h"
 #include "gamepad/gamepad.h"
 #include "gamepad/gamepad_impl.h"
 #include "gamepad/gamepads.h"
 #include "platform/win32.h"
 #include "plugin/host_wrappers.h"
+#include "support/eventually.h"
 #include "support/kit_fixture.h"
 #include "zestsim/zestsim.h"
 
 namespace gamepad {
 namespace {
-
-// Runs the main thread's event loop until `done`, for a few seconds at most.
-template <typename Done>
-bool eventually(Done done) {
-    QElapsedTimer clock;
-    clock.start();
-    while (!done() && clock.elapsed() < 5000) {
-        QCoreApplication::processEvents();
-        QThread::msleep(2);
-    }
-    return done();
-}
 
 class VirtualPadCoreTest : public KitTest {
 protected:

@@ -1,0 +1,86 @@
+#include "plugin_fixture.h"
+
+#include <dlfcn.h>
+
+#include <filesystem>
+#include <iterator>
+
+#include "zestsim/zestsim.h"
+
+namespace {
+
+template <typename Function>
+void bind(void* library, const char* name, Function& function) {
+    function = reinterpret_cast<Function>(dlsym(library, name));
+    if (function == nullptr) throw std::runtime_error(std::string("no export ") + name);
+}
+
+PluginExports load_plugin() {
+    void* library = dlopen(ZEST_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr) throw std::runtime_error(dlerror());
+    PluginExports exports{};
+    bind(library, "zplugin_sdk_version", exports.sdk_version);
+    bind(library, "zplugin_set_handle", exports.set_handle);
+    bind(library, "zplugin_get_info", exports.get_info);
+    bind(library, "zplugin_load", exports.load);
+    bind(library, "zplugin_unload", exports.unload);
+    bind(library, "zplugin_build_preferences", exports.build_preferences);
+    bind(library, "zplugin_confirm_preferences", exports.confirm_preferences);
+    bind(library, "zplugin_migrate_load_preferences", exports.migrate_load_preferences);
+    return exports;
+}
+
+}  // namespace
+
+const PluginExports& plugin() {
+    static const PluginExports exports = load_plugin();
+    return exports;
+}
+
+HostNode::HostNode(const hostkit::RegisteredNodeType& type)
+    : type_(type), instance_(type.create(node.handle())) {}
+
+HostNode::~HostNode() {
+    type_.destroy(instance_);
+}
+
+void HostNode::build() {
+    panel.run_pass([this](ZestPanel handle) { type_.build_properties(instance_, handle); });
+}
+
+std::string HostNode::name() const {
+    char buffer[256];
+    std::fill(std::begin(buffer), std::end(buffer), 'x');  // the name must bring its own NUL
+    type_.get_name(instance_, buffer);
+    return buffer;
+}
+
+void PluginTest::SetUp() {
+    KitTest::SetUp();
+    ASSERT_TRUE(hostkit::load_translations(ZEST_ENGLISH_TABLE));
+    zestsim::reset();
+    plugin().set_handle(hostkit::host_handle());
+    plugin().get_info(&info);
+    EXPECT_EQ(plugin().load(registry.handle()), 0);
+}
+
+void PluginTest::TearDown() {
+    plugin().unload();
+    EXPECT_THAT(hostkit::check(), ::testing::IsEmpty());
+    KitTest::TearDown();
+}
+
+const hostkit::RegisteredNodeType& PluginTest::type(const std::string& id) const {
+    const hostkit::RegisteredNodeType* found = registry.find(id);
+    if (found == nullptr) throw std::runtime_error("no type " + id);
+    return *found;
+}
+
+std::unique_ptr<HostNode> PluginTest::make_node(const std::string& id) const {
+    return std::make_unique<HostNode>(type(id));
+}
+
+int thread_count() {
+    const std::filesystem::directory_iterator tasks("/proc/self/task");
+    return static_cast<int>(std::distance(begin(tasks), end(tasks)));
+}

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "kit/node.h"
+#include "kit/panel.h"
+#include "kit/registry.h"
+#include "kit/store.h"
+#include "plugin/host_api.h"
+#include "support/kit_fixture.h"
+
+// The real plug-in, loaded into this process as a host loads it: dlopen, then its eight entry
+// points by name. Loaded once; every case begins and ends with no plug-in state.
+struct PluginExports {
+    decltype(&zplugin_sdk_version) sdk_version;
+    decltype(&zplugin_set_handle) set_handle;
+    decltype(&zplugin_get_info) get_info;
+    decltype(&zplugin_load) load;
+    decltype(&zplugin_unload) unload;
+    decltype(&zplugin_build_preferences) build_preferences;
+    decltype(&zplugin_confirm_preferences) confirm_preferences;
+    decltype(&zplugin_migrate_load_preferences) migrate_load_preferences;
+};
+
+const PluginExports& plugin();
+
+// One node of a registered type, as the host holds it: its kit node, store and panel.
+class HostNode {
+public:
+    explicit HostNode(const hostkit::RegisteredNodeType& type);
+    ~HostNode();
+
+    void build();  // one pass of the property panel
+    std::string name() const;
+    void receive(ZestEvent event) { type_.receive_event(instance_, event); }
+    void forward(ZestEvent event) { type_.forward_event(instance_, event); }
+
+    hostkit::Node node;
+    hostkit::Store store;
+    hostkit::Panel panel{store};
+
+private:
+    const hostkit::RegisteredNodeType& type_;
+    void* instance_;
+};
+
+// English texts, a new simulated machine, and the plug-in described and registered.
+class PluginTest : public KitTest {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    // A type as the plug-in registered it; fails the case if there is none.
+    const hostkit::RegisteredNodeType& type(const std::string& id) const;
+    std::unique_ptr<HostNode> make_node(const std::string& id) const;
+
+    PluginInfo info{};
+    hostkit::Registry registry;
+};
+
+// Threads of this process now.
+int thread_count();
