@@ -2,6 +2,7 @@
 
 #include <QObject>
 
+#include "nodes/action_node.h"
 #include "nodes/button_event_node.h"
 #include "nodes/node_events.h"
 #include "nodes/node_kinds.h"
@@ -41,6 +42,39 @@ void event_node_pass_on(void* instance, ZestEvent event) {
     pass_event_on(event_node(instance).node(), event);
 }
 
+using gamepad::AttributeType;
+
+template <AttributeType kind, ActionMode mode>
+void* create_action_node(ZestNode node) {
+    return static_cast<QObject*>(new ActionNode(node, kind, mode));
+}
+
+ActionNode& action_node(void* instance) {
+    return *static_cast<ActionNode*>(static_cast<QObject*>(instance));
+}
+
+void action_node_name(void* instance, char* buffer) {
+    action_node(instance).get_name(buffer);
+}
+
+int action_node_type_code(void*) {
+    return 35;
+}
+
+void action_node_properties(void* instance, ZestPanel panel) {
+    action_node(instance).build_properties(panel);
+}
+
+// The event goes on whether the node could fire or not.
+void action_node_receive(void* instance, ZestEvent event) {
+    action_node(instance).fire();
+    pass_event_on(action_node(instance).node(), event);
+}
+
+void action_node_pass_on(void* instance, ZestEvent event) {
+    pass_event_on(action_node(instance).node(), event);
+}
+
 struct NodeType {
     const char* id;
     const char* name_key;
@@ -53,13 +87,52 @@ struct NodeType {
     NodeEventFn forward_event;
 };
 
+template <ButtonEventKind kind>
+constexpr NodeType event_type(const char* id, const char* name_key) {
+    return {id,
+            name_key,
+            "NodeCategory.Sources",
+            create_button_event_node<kind>,
+            event_node_name,
+            event_node_type_code,
+            event_node_properties,
+            event_node_pass_on,
+            event_node_pass_on};
+}
+
+template <AttributeType kind, ActionMode mode>
+constexpr NodeType action_type(const char* id, const char* name_key) {
+    return {id,
+            name_key,
+            "NodeCategory.Actions",
+            create_action_node<kind, mode>,
+            action_node_name,
+            action_node_type_code,
+            action_node_properties,
+            action_node_receive,
+            action_node_pass_on};
+}
+
+// In the order the host lists them.
 constexpr NodeType node_types[] = {
-    {"io.zestworks.gamepad.onbuttonpress", "OnGamepadButtonPressNode.Name", "NodeCategory.Sources",
-     create_button_event_node<ButtonEventKind::Press>, event_node_name, event_node_type_code,
-     event_node_properties, event_node_pass_on, event_node_pass_on},
-    {"io.zestworks.gamepad.onbuttonrelease", "OnGamepadButtonReleaseNode.Name",
-     "NodeCategory.Sources", create_button_event_node<ButtonEventKind::Release>, event_node_name,
-     event_node_type_code, event_node_properties, event_node_pass_on, event_node_pass_on},
+    event_type<ButtonEventKind::Press>("io.zestworks.gamepad.onbuttonpress",
+                                       "OnGamepadButtonPressNode.Name"),
+    event_type<ButtonEventKind::Release>("io.zestworks.gamepad.onbuttonrelease",
+                                         "OnGamepadButtonReleaseNode.Name"),
+    action_type<AttributeType::Button, ActionMode::Constant>(
+        "io.zestworks.gamepad.pressgamepadbutton", "PressGamepadButtonNode.Name"),
+    action_type<AttributeType::Trigger, ActionMode::Constant>(
+        "io.zestworks.gamepad.pressgamepadtrigger", "PressGamepadTriggerNode.Name"),
+    action_type<AttributeType::Stick, ActionMode::Constant>("io.zestworks.gamepad.movegamepadstick",
+                                                            "MoveGamepadStickNode.Name"),
+    action_type<AttributeType::Motor, ActionMode::Constant>("io.zestworks.gamepad.rumblegamepad",
+                                                            "RumbleGamepadNode.Name"),
+    action_type<AttributeType::Button, ActionMode::Noise>(
+        "io.zestworks.gamepad.randompressgamepadbutton", "RandomPressGamepadButtonNode.Name"),
+    action_type<AttributeType::Trigger, ActionMode::Noise>(
+        "io.zestworks.gamepad.randompressgamepadtrigger", "RandomPressGamepadTriggerNode.Name"),
+    action_type<AttributeType::Stick, ActionMode::Noise>("io.zestworks.gamepad.wigglegamepadstick",
+                                                         "WiggleGamepadStickNode.Name"),
 };
 
 }  // namespace

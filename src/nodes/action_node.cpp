@@ -1,0 +1,217 @@
+#include "nodes/action_node.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "gamepad/deadline.h"
+#include "gamepad/game_impl.h"
+#include "gamepad/gamepad.h"
+#include "gamepad/gamepad_impl.h"
+#include "gamepad/noise_writer.h"
+#include "nodes/node_name.h"
+#include "nodes/pickers.h"
+#include "plugin/host_wrappers.h"
+#include "plugin/plugin_state.h"
+#include "plugin/virtual_gamepad_status_label.h"
+
+namespace {
+
+using gamepad::AttributeType;
+using gamepad::AttributeValue;
+
+struct NameKeys {
+    const char* plain;
+    const char* with_arguments;
+};
+
+NameKeys name_keys(AttributeType kind, ActionMode mode) {
+    if (mode == ActionMode::Noise) {
+        switch (kind) {
+            case AttributeType::Button:
+                return {"RandomPressGamepadButtonNode.Name",
+                        "RandomPressGamepadButtonNode.Name.%1.%2"};
+            case AttributeType::Trigger:
+                return {"RandomPressGamepadTriggerNode.Name",
+                        "RandomPressGamepadTriggerNode.Name.%1.%2"};
+            case AttributeType::Stick:
+                return {"WiggleGamepadStickNode.Name", "WiggleGamepadStickNode.Name.%1.%2"};
+            case AttributeType::Motor:
+                break;  // no such type; named as the constant one
+        }
+    }
+    switch (kind) {
+        case AttributeType::Button:
+            return {"PressGamepadButtonNode.Name", "PressGamepadButtonNode.Name.%1.%2"};
+        case AttributeType::Trigger:
+            return {"PressGamepadTriggerNode.Name", "PressGamepadTriggerNode.Name.%1.%2"};
+        case AttributeType::Stick:
+            return {"MoveGamepadStickNode.Name", "MoveGamepadStickNode.Name.%1.%2"};
+        case AttributeType::Motor:
+            break;
+    }
+    return {"RumbleGamepadNode.Name", "RumbleGamepadNode.Name.%1.%2"};
+}
+
+const char* attribute_label_key(AttributeType kind) {
+    switch (kind) {
+        case AttributeType::Button:
+            return "PressGamepadButtonNode.Button";
+        case AttributeType::Trigger:
+            return "PressGamepadTriggerNode.Trigger";
+        case AttributeType::Stick:
+            return "MoveGamepadStickNode.Stick";
+        case AttributeType::Motor:
+            break;
+    }
+    return "RumbleGamepadNode.Motor";
+}
+
+// A percent slider's value as a fraction.
+double percent(ZestPanel panel, const char* key, const char* label_key, int default_value,
+               int minimum, int step) {
+    return zui_slider(panel, key, plugin_tr(label_key), default_value, minimum, 100, step) / 100.0;
+}
+
+gamepad::GamepadCapabilities capabilities_of(const gamepad::Gamepad& pad) {
+    const gamepad::GamepadMetadata* metadata = pad.metadata();
+    return metadata == nullptr ? gamepad::GamepadCapabilities{} : metadata->capabilities;
+}
+
+}  // namespace
+
+ActionNode::ActionNode(ZestNode node, AttributeType kind, ActionMode mode)
+    : node_(node), kind_(kind), mode_(mode), gamepads_(plugin_state->game.impl().use()) {
+    test_timer_.setSingleShot(true);
+    const auto invalidate = [node] { zest_node_invalidate_properties(node); };
+    connect(gamepads_.get(), &gamepad::Gamepads::metadata_changed, this, invalidate);
+    connect(&test_timer_, &QTimer::timeout, this, invalidate);
+}
+
+// A running override stays: it ends at its deadline while the core runs.
+ActionNode::~ActionNode() = default;
+
+void ActionNode::get_name(char* buffer) const {
+    const NameKeys keys = name_keys(kind_, mode_);
+    write_node_name(buffer, *gamepads_, gamepad_index_, attribute_index_, keys.with_arguments,
+                    keys.plain);
+}
+
+void ActionNode::build_properties(ZestPanel panel) {
+    std::int32_t new_pad = -1;
+    std::int32_t new_attribute = -1;
+    // Only the virtual pad takes button, trigger and stick writes; rumble goes to any pad.
+    if (kind_ != AttributeType::Motor &&
+        gamepads_->virtual_gamepad_state() != gamepad::VirtualGamepadState::Connected) {
+        zui_start_group(panel, nullptr);
+        virtual_gamepad_status_label(panel, *gamepads_);
+        zui_end_group(panel);
+    } else {
+        build_selection(panel, new_pad, new_attribute);
+    }
+    if (new_pad != gamepad_index_ || new_attribute != attribute_index_) {
+        change_selection(new_pad, new_attribute);
+    }
+    if (new_attribute == -1) return;
+    build_value_controls(panel);
+    seconds_ = zui_float(panel, "!seconds", plugin_tr("SetGamepadAttributeNode.Duration"),
+                         mode_ == ActionMode::Constant ? 0.5 : 5.0, 0.001,
+                         std::numeric_limits<double>::infinity());
+    build_test_buttons(panel);
+}
+
+void ActionNode::build_selection(ZestPanel panel, std::int32_t& new_pad,
+                                 std::int32_t& new_attribute) {
+    zui_label(panel, nullptr, plugin_tr("SetGamepadAttributeNode.Gamepad"));
+    PickerLabels labels;
+    PickerValues values;
+    new_pad = pick_writable_gamepad(panel, labels, values, *gamepads_, kind_);
+    const gamepad::Gamepad* pad = gamepads_->gamepad(new_pad);
+    if (pad == nullptr) return;
+    zui_label(panel, nullptr, plugin_tr(attribute_label_key(kind_)));
+    new_attribute = pick_writable_attribute(panel, {pad, kind_, capabilities_of(*pad)});
+}
+
+void ActionNode::change_selection(std::int32_t new_pad, std::int32_t new_attribute) {
+    clear_override();
+    gamepad_index_ = new_pad;
+    attribute_index_ = new_attribute;
+    zest_node_invalidate_name(node_);
+}
+
+void ActionNode::build_value_controls(ZestPanel panel) {
+    if (mode_ == ActionMode::Noise) {
+        double t = zui_slider(panel, "!frequency", plugin_tr("SetGamepadAttributeNode.Frequency"),
+                              100, 0, 200, 10) /
+                   100.0;
+        if (kind_ == AttributeType::Button) t += 1.0;  // buttons flip faster than axes move
+        frequency_ = std::exp2(t * 3.0 - 4.0);
+        amplitude_ = percent(panel, "!amplitude", "SetGamepadAttributeNode.Amplitude",
+                             kind_ == AttributeType::Button ? 50 : 100, 0, 5);
+        return;
+    }
+    switch (kind_) {
+        case AttributeType::Button:
+            value_ = AttributeValue::make_button(true);
+            return;
+        case AttributeType::Trigger:
+            value_ = AttributeValue::make_trigger(
+                percent(panel, "!strength", "PressGamepadTriggerNode.Strength", 100, 0, 5));
+            return;
+        case AttributeType::Stick: {
+            const double x = percent(panel, "!x", "MoveGamepadStickNode.X", 0, -100, 10);
+            const double y = percent(panel, "!y", "MoveGamepadStickNode.Y", 0, -100, 10);
+            value_ = AttributeValue::make_stick({0.0, x, y});
+            return;
+        }
+        case AttributeType::Motor:
+            value_ = AttributeValue::make_motor(
+                percent(panel, "!strength", "RumbleGamepadNode.Strength", 100, 0, 5));
+            return;
+    }
+}
+
+void ActionNode::build_test_buttons(ZestPanel panel) {
+    if (!test_timer_.isActive()) {
+        if (!zui_button(panel, nullptr, plugin_tr("SetGamepadAttributeNode.Test"))) return;
+        test_timer_.setInterval(firing_ms());
+        test_timer_.start();
+        fire();
+        zest_node_invalidate_properties(node_);
+        return;
+    }
+    if (!zui_button(panel, nullptr, plugin_tr("SetGamepadAttributeNode.StopTest"))) return;
+    clear_override();
+    test_timer_.stop();
+    zest_node_invalidate_properties(node_);
+}
+
+void ActionNode::clear_override() {
+    gamepad::Gamepad* pad = gamepads_->gamepad(gamepad_index_);
+    if (pad != nullptr && attribute_index_ >= 0) {
+        pad->impl()->clear_writer(static_cast<std::size_t>(attribute_index_));
+    }
+}
+
+// Seconds beyond the 32-bit range of milliseconds (about 24.8 days) hold for that long; a
+// negative or NaN duration from an odd store lasts no time at all.
+std::int32_t ActionNode::firing_ms() const {
+    return std::max(0, gamepad::duration_ms(seconds_));
+}
+
+void ActionNode::fire() {
+    gamepad::Gamepad* pad = gamepads_->gamepad(gamepad_index_);
+    if (pad == nullptr || attribute_index_ < 0) return;
+    const auto attribute = static_cast<std::size_t>(attribute_index_);
+    const std::int64_t deadline = gamepad::deadline_after(firing_ms());
+    if (mode_ == ActionMode::Constant) {
+        pad->impl()->set_constant(attribute, value_, deadline);
+        return;
+    }
+    const gamepad::GamepadMetadata* metadata = pad->metadata();
+    if (metadata == nullptr || attribute >= metadata->attributes.size()) return;
+    const gamepad::GamepadAttribute& target = metadata->attributes[attribute];
+    pad->impl()->set_writer(target, std::make_unique<gamepad::NoiseWriter>(
+                                        pad->impl()->gamepad_index(), target.id, frequency_,
+                                        amplitude_, gamepad::draw_noise_seed(), deadline));
+}

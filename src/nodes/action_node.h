@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QObject>
+#include <QTimer>
+
+#include <cstdint>
+#include <memory>
+
+#include "gamepad/attribute_type.h"
+#include "gamepad/attribute_value.h"
+#include "gamepad/gamepads.h"
+#include "nodes/node_kinds.h"
+#include "plugin/host_api.h"
+
+// The seven action types: when fired, by an event or by Test in the panel, hold the selected
+// attribute of the selected pad at a value, or drive it by noise, until a deadline. The node
+// only hands a writer to the core. Its fields are working copies of the store, taken at each
+// panel pass; it is inert until the first. Main thread.
+class ActionNode : public QObject {
+public:
+    ActionNode(ZestNode node, gamepad::AttributeType kind, ActionMode mode);
+    ~ActionNode() override;
+
+    ZestNode node() const { return node_; }
+    void get_name(char* buffer) const;
+    void build_properties(ZestPanel panel);
+    // Puts the override on the selected attribute; nothing without a selection.
+    void fire();
+
+private:
+    // The pad list and, with a pad, the attribute list; gives -1 for what isn't chosen.
+    void build_selection(ZestPanel panel, std::int32_t& new_pad, std::int32_t& new_attribute);
+    void change_selection(std::int32_t new_pad, std::int32_t new_attribute);
+    void build_value_controls(ZestPanel panel);
+    void build_test_buttons(ZestPanel panel);
+    // Ends the override on the selected attribute now rather than at its deadline.
+    void clear_override();
+    // How long one firing lasts, in milliseconds.
+    std::int32_t firing_ms() const;
+
+    ZestNode node_;
+    gamepad::AttributeType kind_;
+    ActionMode mode_;
+    std::unique_ptr<gamepad::Gamepads> gamepads_;
+    std::int32_t gamepad_index_ = -1;
+    std::int32_t attribute_index_ = -1;
+    gamepad::AttributeValue value_{};
+    double frequency_ = 1.0;
+    double amplitude_ = 1.0;
+    double seconds_ = 0.1;
+    QTimer test_timer_;  // runs while a test from the panel lasts
+};
