@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <iterator>
 
+#include "kit/kit.h"
+#include "support/eventually.h"
 #include "zestsim/zestsim.h"
 
 namespace {
@@ -78,6 +80,37 @@ const hostkit::RegisteredNodeType& PluginTest::type(const std::string& id) const
 
 std::unique_ptr<HostNode> PluginTest::make_node(const std::string& id) const {
     return std::make_unique<HostNode>(type(id));
+}
+
+void PluginTest::build_preferences() {
+    preferences_panel.run_pass(plugin().build_preferences);
+}
+
+bool PluginTest::rebuild_preferences_until(const std::function<bool()>& done) {
+    int seen = -1;
+    return eventually([&] {
+        const int asked = hostkit::preferences_invalidations().total;
+        if (asked != seen) {
+            seen = asked;
+            build_preferences();
+        }
+        return done();
+    });
+}
+
+bool PluginTest::switch_virtual_pad(bool on) {
+    preferences_panel.script_value("virtualenabled", on);
+    build_preferences();
+    return rebuild_preferences_until(
+        [&] { return on == (preferences_panel.find_key("feedgamepad") != nullptr); });
+}
+
+std::vector<std::string> PluginTest::label_texts(const hostkit::Panel& panel) {
+    std::vector<std::string> texts;
+    for (const hostkit::Control& control : panel.controls()) {
+        if (control.kind == hostkit::ControlKind::Label) texts.push_back(control.text.value_or(""));
+    }
+    return texts;
 }
 
 int thread_count() {

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "kit/node.h"
 #include "kit/panel.h"
@@ -55,8 +57,19 @@ protected:
     const hostkit::RegisteredNodeType& type(const std::string& id) const;
     std::unique_ptr<HostNode> make_node(const std::string& id) const;
 
+    // One pass of the preferences panel.
+    void build_preferences();
+    // Builds the preferences panel again whenever the plug-in asks, as a host does, until `done`.
+    bool rebuild_preferences_until(const std::function<bool()>& done);
+    // Switches the virtual pad in the preferences, until the pad is connected (on) or not.
+    bool switch_virtual_pad(bool on);
+    // The texts of the labels of the last pass, in order.
+    static std::vector<std::string> label_texts(const hostkit::Panel& panel);
+
     PluginInfo info{};
     hostkit::Registry registry;
+    hostkit::Store preferences;
+    hostkit::Panel preferences_panel{preferences};
 };
 
 // Threads of this process now.

@@ -1,0 +1,163 @@
+#include <QThread>
+
+#include <string>
+#include <vector>
+
+#include "kit/kit.h"
+#include "platform/win32.h"
+#include "plugin_fixture.h"
+#include "support/eventually.h"
+#include "zestsim/zestsim.h"
+
+namespace {
+
+using hostkit::ControlKind;
+using ::testing::ElementsAre;
+
+constexpr std::uint32_t virtual_serial = 1;  // the first target the bus driver plugs
+
+std::vector<ControlKind> kinds(const hostkit::Panel& panel) {
+    std::vector<ControlKind> result;
+    for (const hostkit::Control& control : panel.controls())
+        result.push_back(control.kind);
+    return result;
+}
+
+// Reads of one pad during a short while, to tell a slow polling rate from a fast one.
+std::uint64_t reads_during_a_while(std::size_t pad) {
+    const std::uint64_t before = zestsim::calls("XInputGetState", pad);
+    QThread::msleep(400);
+    return zestsim::calls("XInputGetState", pad) - before;
+}
+
+using PreferencesTest = PluginTest;
+
+TEST_F(PreferencesTest, SwitchedOffThePanelTouchesNothing) {
+    const int threads = thread_count();
+    build_preferences();
+    build_preferences();
+    EXPECT_THAT(kinds(preferences_panel),
+                ElementsAre(ControlKind::Int, ControlKind::Label, ControlKind::StartGroup,
+                            ControlKind::Checkbox, ControlKind::EndGroup));
+    const hostkit::Control& rate = preferences_panel.controls()[0];
+    EXPECT_EQ(rate.key, "updatems");
+    EXPECT_EQ(rate.text, "Update rate");
+    EXPECT_EQ(rate.default_value, 240);
+    EXPECT_EQ(rate.minimum, 1);
+    EXPECT_EQ(rate.maximum, 1000);
+    EXPECT_EQ(preferences_panel.controls()[1].key, " ");
+    EXPECT_EQ(preferences_panel.controls()[2].text, "Virtual gamepad");
+    EXPECT_EQ(preferences_panel.controls()[3].key, "virtualenabled");
+    EXPECT_EQ(preferences_panel.controls()[3].default_value, 0);
+    EXPECT_EQ(thread_count(), threads);
+    EXPECT_EQ(zestsim::calls("XInputGetState"), 0u);
+}
+
+// On: the core starts, the pad comes up and is named; rebuilding sends nothing more; off: the
+// pad goes. When the panel was the core's only user the core pauses at once, and the pad goes
+// when the core runs again.
+TEST_F(PreferencesTest, TheCheckboxAttachesAndDetachesTheVirtualPad) {
+    preferences_panel.script_value("virtualenabled", true);
+    build_preferences();
+    EXPECT_THAT(label_texts(preferences_panel).back(), "Connecting...");
+    ASSERT_TRUE(switch_virtual_pad(true));
+    EXPECT_EQ(label_texts(preferences_panel)[1], "Connected as Gamepad 1");
+    EXPECT_EQ(zestsim::plugged_targets(), 1u);
+
+    const std::uint64_t requests = zestsim::ioctl_calls(0x2AA004);  // plug
+    for (int pass = 0; pass < 3; ++pass)
+        build_preferences();
+    EXPECT_EQ(zestsim::ioctl_calls(0x2AA004), requests);
+    EXPECT_EQ(zestsim::plugged_targets(), 1u);
+
+    ASSERT_TRUE(switch_virtual_pad(false));
+    EXPECT_EQ(label_texts(preferences_panel).size(), 1u);  // the rate's description only
+    QThread::msleep(50);
+    EXPECT_EQ(reads_during_a_while(0), 0u);
+    EXPECT_EQ(zestsim::plugged_targets(), 1u);
+    auto node = make_node("io.zestworks.gamepad.rumblegamepad");
+    EXPECT_TRUE(eventually([] { return zestsim::plugged_targets() == 0; }));
+
+    ASSERT_TRUE(switch_virtual_pad(true));  // with another user the pad goes at once
+    ASSERT_TRUE(switch_virtual_pad(false));
+    EXPECT_TRUE(eventually([] { return zestsim::plugged_targets() == 0; }));
+}
+
+TEST_F(PreferencesTest, WithoutADriverTheGroupShowsTheError) {
+    zestsim::set_bus_driver(false);
+    preferences_panel.script_value("virtualenabled", true);
+    build_preferences();
+    ASSERT_TRUE(rebuild_preferences_until(
+        [&] { return label_texts(preferences_panel).back() != "Connecting..."; }));
+    EXPECT_EQ(label_texts(preferences_panel).back(),
+              "The ViGEm bus driver is not installed or cannot be reached.");
+    EXPECT_EQ(preferences_panel.find_key("feedgamepad"), nullptr);
+}
+
+// The feed mirrors a physical pad into the virtual one, and rumble goes back to it.
+TEST_F(PreferencesTest, TheFeedListMirrorsAPadUntilNoneIsChosen) {
+    zestsim::plug_pad(0, zestsim::Subtype::Gamepad);
+    ASSERT_TRUE(switch_virtual_pad(true));
+    const hostkit::Control* feed = preferences_panel.find_key("feedgamepad");
+    ASSERT_NE(feed, nullptr);
+    std::vector<hostkit::ListEntry> expected{{"None", -1},
+                                             {"Gamepad 1", 0},
+                                             {"Gamepad 3 (disconnected)", 2},
+                                             {"Gamepad 4 (disconnected)", 3}};
+    EXPECT_EQ(feed->entries, expected);  // the virtual pad, at 1, can't feed itself
+
+    const zestsim::PadState held{0xF3FF, 12, 250, -32768, 32767, 1234, -4321};
+    zestsim::set_pad_state(0, held);
+    preferences_panel.script_value("feedgamepad", 0);
+    build_preferences();
+    ASSERT_TRUE(eventually([&] {
+        const zestsim::PadState shown = zestsim::target_report(virtual_serial);
+        return shown.buttons == (held.buttons & ~0x0400) && shown.thumb_ry == held.thumb_ry;
+    }));
+    const zestsim::PadState shown = zestsim::target_report(virtual_serial);
+    EXPECT_EQ(shown.left_trigger, held.left_trigger);
+    EXPECT_EQ(shown.right_trigger, held.right_trigger);
+    EXPECT_EQ(shown.thumb_lx, held.thumb_lx);
+    EXPECT_EQ(shown.thumb_ly, held.thumb_ly);
+    EXPECT_EQ(shown.thumb_rx, held.thumb_rx);
+
+    XINPUT_VIBRATION game{0x8000, 0x4000};  // another program rumbles the virtual pad
+    XInputSetState(1, &game);
+    EXPECT_TRUE(eventually([] { return zestsim::vibration(0).left == 0x8080; }));
+
+    preferences_panel.script_value("feedgamepad", -1);
+    build_preferences();
+    ASSERT_TRUE(eventually([] { return zestsim::target_report(virtual_serial).buttons == 0; }));
+    zestsim::press(0, 0x1000, false);
+    const std::uint64_t before = zestsim::calls("XInputGetState", 0);
+    ASSERT_TRUE(eventually([&] { return zestsim::calls("XInputGetState", 0) > before + 2; }));
+    EXPECT_EQ(zestsim::target_report(virtual_serial).buttons, 0);
+}
+
+// The rate comes from the store at confirmation only; a rate below 1 keeps the pads polled.
+TEST_F(PreferencesTest, TheUpdateRateChangesAtConfirmation) {
+    zestsim::plug_pad(0, zestsim::Subtype::Gamepad);
+    preferences.set("updatems", 4);
+    plugin().confirm_preferences(preferences.handle());
+    ASSERT_TRUE(switch_virtual_pad(true));
+    EXPECT_LE(reads_during_a_while(0), 4u);
+
+    preferences_panel.script_value("updatems", 1000);
+    build_preferences();
+    EXPECT_LE(reads_during_a_while(0), 4u);
+    plugin().migrate_load_preferences(preferences.handle());
+    EXPECT_GE(reads_during_a_while(0), 20u);
+
+    for (std::int32_t odd : {0, -7}) {
+        preferences.set("updatems", odd);
+        plugin().confirm_preferences(preferences.handle());
+        const std::uint64_t before = zestsim::calls("XInputGetState", 0);
+        EXPECT_TRUE(eventually([&] { return zestsim::calls("XInputGetState", 0) > before + 1; }));
+    }
+    preferences.erase("updatems");
+    plugin().confirm_preferences(preferences.handle());  // nothing stored, nothing changed
+    preferences.set("updatems", std::string("fast"));
+    plugin().confirm_preferences(preferences.handle());
+}
+
+}  // namespace
