@@ -33,27 +33,8 @@ protected:
         ASSERT_TRUE(eventually([&] { return node.node.properties_invalidations().total > 0; }));
     }
 
-    // Chooses a pad, then the button of that label, as a user would in two passes.
-    static void select(HostNode& node, int pad, const std::string& button) {
-        node.panel.script_value("!gamepad", pad);
-        node.build();
-        const hostkit::Control* buttons = node.panel.find_key("!attribute");
-        ASSERT_NE(buttons, nullptr);
-        for (const hostkit::ListEntry& entry : buttons->entries) {
-            if (entry.label == button) node.panel.script_value("!attribute", entry.value);
-        }
-        node.build();
-    }
-
     static std::size_t events(const HostNode& node) {
         return node.node.child_sink().posted().size();
-    }
-
-    // Lets the polling thread read the pad twice, so that a change isn't merged with the next.
-    static void await_reads(std::size_t pad) {
-        const std::uint64_t before = zestsim::calls("XInputGetState", pad);
-        ASSERT_TRUE(
-            eventually([&] { return zestsim::calls("XInputGetState", pad) >= before + 2; }));
     }
 };
 
@@ -68,8 +49,8 @@ TEST_F(ButtonEventNodeTest, PressAndReleaseNodesFireOnTheirOwnTransitionsOnly) {
     EXPECT_EQ(press->name(), "On Gamepad Button Press");
 
     await_metadata(*press);
-    select(*press, 1, "A button");
-    select(*release, 1, "A button");
+    select_attribute(*press, 1, "A button");
+    select_attribute(*release, 1, "A button");
     press->build();  // more passes with the same pad add no second connection
     EXPECT_THAT(labels(press->panel.find_key("!gamepad")),
                 ElementsAre("Gamepad 1 (disconnected)", "Gamepad 2", "Gamepad 3 (disconnected)",
@@ -104,9 +85,9 @@ TEST_F(ButtonEventNodeTest, FollowsOnlyThePadSelectedLast) {
     auto moved = make_node(press_type);
     auto probe = make_node(press_type);
     await_metadata(*moved);
-    select(*moved, 1, "A button");
-    select(*probe, 1, "A button");
-    select(*moved, 0, "A button");
+    select_attribute(*moved, 1, "A button");
+    select_attribute(*probe, 1, "A button");
+    select_attribute(*moved, 0, "A button");
     EXPECT_EQ(moved->name(), "On A button Press (Gamepad 1)");
 
     zestsim::press(1, button_a, true);

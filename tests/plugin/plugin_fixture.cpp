@@ -105,6 +105,22 @@ bool PluginTest::switch_virtual_pad(bool on) {
         [&] { return on == (preferences_panel.find_key("feedgamepad") != nullptr); });
 }
 
+void PluginTest::select_attribute(HostNode& node, int pad, const std::string& label) {
+    node.panel.script_value("!gamepad", pad);
+    node.build();
+    const hostkit::Control* attributes = node.panel.find_key("!attribute");
+    ASSERT_NE(attributes, nullptr);
+    for (const hostkit::ListEntry& entry : attributes->entries) {
+        if (entry.label == label) node.panel.script_value("!attribute", entry.value);
+    }
+    node.build();
+}
+
+void PluginTest::await_reads(std::size_t pad) {
+    const std::uint64_t before = zestsim::calls("XInputGetState", pad);
+    ASSERT_TRUE(eventually([&] { return zestsim::calls("XInputGetState", pad) >= before + 2; }));
+}
+
 std::vector<std::string> PluginTest::label_texts(const hostkit::Panel& panel) {
     std::vector<std::string> texts;
     for (const hostkit::Control& control : panel.controls()) {
