@@ -1,0 +1,272 @@
+#include <QCoreApplication>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "backend/attribute_info.h"
+#include "gamepad/game_impl.h"
+#include "kit/kit.h"
+#include "kit/panel.h"
+#include "kit/store.h"
+#include "nodes/pickers.h"
+#include "plugin/attribute_ids.h"
+#include "plugin/host_wrappers.h"
+#include "plugin/plugin_state.h"
+#include "support/kit_fixture.h"
+#include "support/manual_ticks.h"
+#include "support/scripted_backend.h"
+
+namespace {
+
+using gamepad::AttributeInfo;
+using gamepad::AttributeType;
+using enum gamepad::AttributeType;
+using enum gamepad::AttributeDirection;
+using gamepad::GamepadCapabilities;
+using gamepad::GamepadCapability;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using testsupport::ScriptedPad;
+using Entry = std::pair<std::string, int>;
+using GamepadPicker = int (*)(ZestPanel, PickerLabels&, PickerValues&, const gamepad::Gamepads&,
+                              AttributeType);
+using AttributePicker = int (*)(ZestPanel, const AttributeQuery&);
+
+const GamepadCapabilities physical = GamepadCapability::InputRead | GamepadCapability::OutputWrite;
+const GamepadCapabilities all_caps =
+    physical | GamepadCapability::InputWrite | GamepadCapability::OutputRead;
+
+constexpr AttributeInfo button_a{"button_a", Button, Input};
+constexpr AttributeInfo button_b{"button_b", Button, Input};
+constexpr AttributeInfo button_x{"button_x", Button, Input};
+constexpr AttributeInfo trigger_left{"trigger_left", Trigger, Input};
+constexpr AttributeInfo stick_left{"stick_left", Stick, Input};
+constexpr AttributeInfo motor_large{"motor_large", Motor, Output};
+constexpr AttributeInfo motor_small{"motor_small", Motor, Output};
+const std::vector<AttributeInfo> xbox_rows{button_a, trigger_left, stick_left, motor_large};
+
+ScriptedPad pad(const char* name, GamepadCapabilities capabilities, std::vector<AttributeInfo> rows,
+                bool connected = true) {
+    ScriptedPad made;
+    made.name = name;
+    made.capabilities = capabilities;
+    made.connected = connected;
+    made.values.resize(rows.size());
+    made.rows = std::move(rows);
+    return made;
+}
+
+// What one pick showed and gave back.
+struct Picked {
+    std::vector<Entry> entries;
+    std::vector<int> values;
+    int returned = 0;
+};
+
+class PickersTest : public KitTest {
+protected:
+    void SetUp() override {
+        KitTest::SetUp();
+        plugin_host_handle = hostkit::host_handle();
+        ASSERT_TRUE(hostkit::load_translations(ZEST_ENGLISH_TABLE));
+    }
+
+    void TearDown() override {
+        pads.reset();  // a user of the core goes before the core
+        state.reset();
+        plugin_state = nullptr;
+        // Labels a picker made and never destroyed show up here.
+        EXPECT_THAT(hostkit::check(), IsEmpty());
+        KitTest::TearDown();
+    }
+
+    void start(std::vector<ScriptedPad> scripted) {
+        state = std::make_unique<PluginState>(gamepad::CoreSeams{
+            [this, scripted] {
+                auto made = std::make_unique<testsupport::ScriptedBackend>(scripted);
+                backend = made.get();
+                return made;
+            },
+            [this] {
+                auto made = std::make_unique<testsupport::ManualTicks>();
+                ticks = made.get();
+                return made;
+            }});
+        plugin_state = state.get();
+        pads = state->game.impl().use();
+    }
+
+    // One tick, and its metadata and states delivered to this thread.
+    void step() {
+        ASSERT_TRUE(ticks->step());
+        QCoreApplication::processEvents();
+    }
+
+    // Every pick shows exactly one untitled list that defaults to nothing chosen.
+    Picked pass(const char* key, const std::function<int(ZestPanel)>& picker) {
+        Picked picked;
+        panel.run_pass([&](ZestPanel p) { picked.returned = picker(p); });
+        EXPECT_EQ(panel.controls().size(), 1u);
+        for (const hostkit::Control& list : panel.controls()) {
+            EXPECT_EQ(list.kind, hostkit::ControlKind::List);
+            EXPECT_EQ(list.key, key);
+            EXPECT_EQ(list.text, std::nullopt);
+            EXPECT_EQ(list.default_value, -1);
+            for (const hostkit::ListEntry& entry : list.entries) {
+                picked.entries.emplace_back(entry.label, entry.value);
+                picked.values.push_back(entry.value);
+            }
+        }
+        return picked;
+    }
+    Picked pick_feed(int leave_out) {
+        PickerLabels labels{"None"};
+        PickerValues values{-1};
+        return pass("feedgamepad", [&](ZestPanel p) {
+            return pick_feed_gamepad(p, labels, values, *pads, leave_out);
+        });
+    }
+    Picked pick_pad(GamepadPicker picker, AttributeType type) {
+        PickerLabels labels;
+        PickerValues values;
+        return pass("!gamepad",
+                    [&](ZestPanel p) { return picker(p, labels, values, *pads, type); });
+    }
+    Picked pick_attribute(AttributePicker picker, AttributeType type,
+                          GamepadCapabilities capabilities) {
+        const AttributeQuery query{pads->gamepad(0), type, capabilities};
+        return pass("!attribute", [&](ZestPanel p) { return picker(p, query); });
+    }
+
+    hostkit::Store store;
+    hostkit::Panel panel{store};
+    testsupport::ScriptedBackend* backend = nullptr;
+    testsupport::ManualTicks* ticks = nullptr;
+    std::unique_ptr<PluginState> state;
+    std::unique_ptr<gamepad::Gamepads> pads;
+};
+
+TEST_F(PickersTest, NothingIsOnOfferBeforeTheFirstMetadata) {
+    start({pad("alpha", all_caps, xbox_rows), pad("beta", physical, xbox_rows)});
+    ASSERT_EQ(pads->gamepad(0)->metadata(), nullptr);
+    EXPECT_THAT(pick_feed(-1).entries, ElementsAre(Entry{"None", -1}));
+    EXPECT_THAT(pick_pad(pick_readable_gamepad, Button).entries, IsEmpty());
+    EXPECT_THAT(pick_pad(pick_writable_gamepad, Motor).entries, IsEmpty());
+    for (AttributePicker picker : {pick_readable_attribute, pick_writable_attribute}) {
+        panel.script_value("!attribute", 0);
+        const Picked early = pick_attribute(picker, Button, all_caps);
+        EXPECT_THAT(early.entries, IsEmpty());
+        EXPECT_EQ(early.returned, -1);  // whatever the list said
+    }
+}
+
+TEST_F(PickersTest, FeedListsPadsThatReadAndWriteButNotTheLeftOut) {
+    start({pad("alpha", physical, xbox_rows), pad("beta", GamepadCapability::InputRead, xbox_rows),
+           pad("gamma", all_caps, {button_a}), pad("delta", GamepadCapability::OutputWrite, {}),
+           pad("eps", physical, xbox_rows, false)});
+    step();
+    EXPECT_THAT(pick_feed(-1).entries,
+                ElementsAre(Entry{"None", -1}, Entry{"alpha", 0}, Entry{"gamma", 2},
+                            Entry{"eps (disconnected)", 4}));
+    EXPECT_THAT(pick_feed(2).values, ElementsAre(-1, 0, 4));
+    EXPECT_THAT(pick_feed(0).values, ElementsAre(-1, 2, 4));
+
+    // The caller's lists carry the pads on after its own entries.
+    PickerLabels labels{"None"};
+    PickerValues values{-1};
+    panel.run_pass([&](ZestPanel p) { pick_feed_gamepad(p, labels, values, *pads, 4); });
+    EXPECT_THAT(values, ElementsAre(-1, 0, 2));
+
+    // A stored pad that is gone comes back as it is; Gamepads::gamepad sorts it out.
+    panel.script_value("feedgamepad", 7);
+    EXPECT_EQ(pick_feed(-1).returned, 7);
+}
+
+TEST_F(PickersTest, ReadableAndWritablePadsFollowDirectionAndCapabilities) {
+    start({pad("physical", physical, xbox_rows), pad("full", all_caps, xbox_rows),
+           pad("sticks", physical, {stick_left}),
+           pad("mute", GamepadCapability::OutputWrite, {button_a, motor_large}),
+           pad("echo", GamepadCapability::InputRead | GamepadCapability::OutputRead,
+               {button_a, motor_large})});
+    step();
+    const auto offered = [&](GamepadPicker picker, AttributeType type) {
+        return pick_pad(picker, type).values;
+    };
+    EXPECT_THAT(offered(pick_readable_gamepad, Button), ElementsAre(0, 1, 4));
+    EXPECT_THAT(offered(pick_readable_gamepad, Trigger), ElementsAre(0, 1));
+    EXPECT_THAT(offered(pick_readable_gamepad, Stick), ElementsAre(0, 1, 2));
+    EXPECT_THAT(offered(pick_readable_gamepad, Motor), ElementsAre(1, 4));
+    EXPECT_THAT(offered(pick_writable_gamepad, Button), ElementsAre(1));
+    EXPECT_THAT(offered(pick_writable_gamepad, Trigger), ElementsAre(1));
+    EXPECT_THAT(offered(pick_writable_gamepad, Stick), ElementsAre(1));
+    EXPECT_THAT(offered(pick_writable_gamepad, Motor), ElementsAre(0, 1, 3));
+
+    panel.script_value("!gamepad", 9);
+    EXPECT_EQ(pick_pad(pick_writable_gamepad, Motor).returned, 9);
+}
+
+TEST_F(PickersTest, LabelsMarkDisconnectedBeforeVirtual) {
+    start({pad("alpha", physical, xbox_rows), pad("beta", physical, xbox_rows, false),
+           pad("gamma", physical, xbox_rows)});
+    backend->script_attach(0, 2);
+    state->game.impl().set_virtual_gamepad_enabled(true);
+    step();
+    ASSERT_EQ(pads->virtual_gamepad_state(), gamepad::VirtualGamepadState::Connected);
+    ASSERT_EQ(pads->virtual_gamepad_index(), 2);
+    EXPECT_THAT(pick_pad(pick_readable_gamepad, Button).entries,
+                ElementsAre(Entry{"alpha", 0}, Entry{"beta (disconnected)", 1},
+                            Entry{"gamma (virtual)", 2}));
+
+    backend->edit([](std::vector<ScriptedPad>& scripted) { scripted[2].connected = false; });
+    step();
+    ASSERT_EQ(pads->virtual_gamepad_index(), 2);
+    EXPECT_THAT(pick_pad(pick_writable_gamepad, Motor).entries,
+                ElementsAre(Entry{"alpha", 0}, Entry{"beta (disconnected)", 1},
+                            Entry{"gamma (disconnected)", 2}));
+}
+
+TEST_F(PickersTest, AttributeListsFollowTheQueryAndReturnPositions) {
+    start({pad("alpha", physical,
+               {button_a, trigger_left, stick_left, button_b, motor_large, trigger_left,
+                motor_small, button_x})});
+    ASSERT_EQ(intern_attribute_id("elsewhere"), 0);  // another node's, taken first
+    step();
+
+    const Picked buttons = pick_attribute(pick_readable_attribute, Button, physical);
+    EXPECT_THAT(buttons.entries, ElementsAre(Entry{"label button_a", 1}, Entry{"label button_b", 2},
+                                             Entry{"label button_x", 3}));
+    // Id 3 is the entry at index 2 and the attribute at position 7; position 3 is button_b.
+    const std::vector<std::pair<int, int>> choices{{3, 7}, {1, 0}, {2, 3}, {0, -1}, {9, -1}};
+    for (const auto& [chosen, position] : choices) {
+        panel.script_value("!attribute", chosen);
+        EXPECT_EQ(pick_attribute(pick_readable_attribute, Button, physical).returned, position)
+            << "id " << chosen;
+    }
+
+    // The query's capabilities decide, not the pad's.
+    panel.script_value("!attribute", 1);
+    const Picked blind = pick_attribute(pick_readable_attribute, Button, {});
+    EXPECT_THAT(blind.entries, IsEmpty());
+    EXPECT_EQ(blind.returned, -1);
+    EXPECT_THAT(pick_attribute(pick_writable_attribute, Button, physical).entries, IsEmpty());
+    panel.script_value("!attribute", 3);
+    const Picked pressed =
+        pick_attribute(pick_writable_attribute, Button, GamepadCapability::InputWrite);
+    EXPECT_THAT(pressed.values, ElementsAre(1, 2, 3));  // the ids given out before
+    EXPECT_EQ(pressed.returned, 7);
+
+    // Motors are outputs: written under OutputWrite.
+    panel.script_value("!attribute", 5);
+    const Picked motors = pick_attribute(pick_writable_attribute, Motor, physical);
+    EXPECT_THAT(motors.entries,
+                ElementsAre(Entry{"label motor_large", 4}, Entry{"label motor_small", 5}));
+    EXPECT_EQ(motors.returned, 6);
+}
+
+}  // namespace
