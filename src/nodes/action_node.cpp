@@ -80,6 +80,12 @@ gamepad::GamepadCapabilities capabilities_of(const gamepad::Gamepad& pad) {
 
 }  // namespace
 
+double noise_frequency(AttributeType kind, int slider) {
+    double t = slider / 100.0;
+    if (kind == AttributeType::Button) t += 1.0;  // buttons flip faster than axes move
+    return std::exp2(t * 3.0 - 4.0);
+}
+
 ActionNode::ActionNode(ZestNode node, AttributeType kind, ActionMode mode)
     : node_(node), kind_(kind), mode_(mode), gamepads_(plugin_state->game.impl().use()) {
     test_timer_.setSingleShot(true);
@@ -141,11 +147,9 @@ void ActionNode::change_selection(std::int32_t new_pad, std::int32_t new_attribu
 
 void ActionNode::build_value_controls(ZestPanel panel) {
     if (mode_ == ActionMode::Noise) {
-        double t = zui_slider(panel, "!frequency", plugin_tr("SetGamepadAttributeNode.Frequency"),
-                              100, 0, 200, 10) /
-                   100.0;
-        if (kind_ == AttributeType::Button) t += 1.0;  // buttons flip faster than axes move
-        frequency_ = std::exp2(t * 3.0 - 4.0);
+        frequency_ = noise_frequency(
+            kind_, zui_slider(panel, "!frequency", plugin_tr("SetGamepadAttributeNode.Frequency"),
+                              100, 0, 200, 10));
         amplitude_ = percent(panel, "!amplitude", "SetGamepadAttributeNode.Amplitude",
                              kind_ == AttributeType::Button ? 50 : 100, 0, 5);
         return;

@@ -69,6 +69,12 @@ TEST_F(PreferencesTest, TheCheckboxAttachesAndDetachesTheVirtualPad) {
         build_preferences();
     EXPECT_EQ(zestsim::ioctl_calls(0x2AA004), requests);
     EXPECT_EQ(zestsim::plugged_targets(), 1u);
+    const int asked = hostkit::preferences_invalidations().total;
+    zestsim::plug_pad(2, zestsim::Subtype::Gamepad);  // new metadata: one request, not one a pass
+    ASSERT_TRUE(eventually([&] { return hostkit::preferences_invalidations().total > asked; }));
+    await_reads(2);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(hostkit::preferences_invalidations().total, asked + 1);
 
     ASSERT_TRUE(switch_virtual_pad(false));
     EXPECT_EQ(label_texts(preferences_panel).size(), 1u);  // the rate's description only
