@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <utility>
 #include <vector>
 
 #include "kit/handles.h"
@@ -16,12 +18,18 @@ public:
 
     const std::vector<std::uint64_t>& posted() const { return posted_; }
     void clear() { posted_.clear(); }
+    // Called after each post: where a host routes the event on.
+    void set_listener(std::function<void()> listener) { listener_ = std::move(listener); }
 
     // Main thread, from zest_event_post.
-    void record(std::uint64_t event_id) { posted_.push_back(event_id); }
+    void record(std::uint64_t event_id) {
+        posted_.push_back(event_id);
+        if (listener_) listener_();
+    }
 
 private:
     std::vector<std::uint64_t> posted_;
+    std::function<void()> listener_;
 };
 
 // The host's side of one node instance; its address is the ZestNode handle. Main thread.

@@ -1,7 +1,5 @@
 #include "plugin_fixture.h"
 
-#include <dlfcn.h>
-
 #include <filesystem>
 #include <iterator>
 #include <thread>
@@ -10,33 +8,8 @@
 #include "support/eventually.h"
 #include "zestsim/zestsim.h"
 
-namespace {
-
-template <typename Function>
-void bind(void* library, const char* name, Function& function) {
-    function = reinterpret_cast<Function>(dlsym(library, name));
-    if (function == nullptr) throw std::runtime_error(std::string("no export ") + name);
-}
-
-PluginExports load_plugin() {
-    void* library = dlopen(ZEST_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL);
-    if (library == nullptr) throw std::runtime_error(dlerror());
-    PluginExports exports{};
-    bind(library, "zplugin_sdk_version", exports.sdk_version);
-    bind(library, "zplugin_set_handle", exports.set_handle);
-    bind(library, "zplugin_get_info", exports.get_info);
-    bind(library, "zplugin_load", exports.load);
-    bind(library, "zplugin_unload", exports.unload);
-    bind(library, "zplugin_build_preferences", exports.build_preferences);
-    bind(library, "zplugin_confirm_preferences", exports.confirm_preferences);
-    bind(library, "zplugin_migrate_load_preferences", exports.migrate_load_preferences);
-    return exports;
-}
-
-}  // namespace
-
-const PluginExports& plugin() {
-    static const PluginExports exports = load_plugin();
+const hostkit::PluginExports& plugin() {
+    static const hostkit::PluginExports exports = hostkit::open_plugin(ZEST_PLUGIN_PATH);
     return exports;
 }
 

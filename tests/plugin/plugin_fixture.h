@@ -7,25 +7,15 @@
 
 #include "kit/node.h"
 #include "kit/panel.h"
+#include "kit/plugin_library.h"
 #include "kit/registry.h"
 #include "kit/store.h"
 #include "plugin/host_api.h"
 #include "support/kit_fixture.h"
 
-// The real plug-in, loaded into this process as a host loads it: dlopen, then its eight entry
-// points by name. Loaded once; every case begins and ends with no plug-in state.
-struct PluginExports {
-    decltype(&zplugin_sdk_version) sdk_version;
-    decltype(&zplugin_set_handle) set_handle;
-    decltype(&zplugin_get_info) get_info;
-    decltype(&zplugin_load) load;
-    decltype(&zplugin_unload) unload;
-    decltype(&zplugin_build_preferences) build_preferences;
-    decltype(&zplugin_confirm_preferences) confirm_preferences;
-    decltype(&zplugin_migrate_load_preferences) migrate_load_preferences;
-};
-
-const PluginExports& plugin();
+// The real plug-in, loaded into this process as a host loads it. Loaded once; every case
+// begins and ends with no plug-in state.
+const hostkit::PluginExports& plugin();
 
 // One node of a registered type, as the host holds it: its kit node, store and panel.
 class HostNode {

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <deque>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "kit/node.h"
+#include "kit/panel.h"
+#include "kit/registry.h"
+#include "kit/store.h"
+#include "zesthost/trace.h"
+
+namespace zesthost {
+
+// One node of the graph: the host's side of it (kit node, store, panel) and the plug-in's
+// instance. Its panel counts as open: the host builds it again whenever the plug-in asks.
+struct GraphNode {
+    GraphNode(std::string name, const hostkit::RegisteredNodeType& type, bool bypassed);
+    ~GraphNode();
+    GraphNode(const GraphNode&) = delete;
+    GraphNode& operator=(const GraphNode&) = delete;
+
+    void build();  // one pass of the property panel
+    std::string display_name() const;
+    // Events the node sent of its own, and events it passed on.
+    std::size_t originated() const { return node.child_sink().posted().size(); }
+    std::size_t passed_on() const { return node.parent_sink().posted().size(); }
+
+    const std::string name;
+    const hostkit::RegisteredNodeType& type;
+    bool bypassed;
+    hostkit::Node node;
+    hostkit::Store store;
+    hostkit::Panel panel{store};
+    std::vector<GraphNode*> children;
+    void* instance = nullptr;  // created last, once the host's side exists
+    int builds_asked = 0;      // the properties invalidations already answered
+};
+
+// Nodes and edges. An event a node sends, of its own or passed on, reaches each of its
+// children: through receive_event, or forward_event for a bypassed child. Deliveries run in
+// order of posting, after the post that caused them, and a chain longer than max_depth is cut
+// with a message, so that a cycle can't hang the host. Main thread.
+class Graph {
+public:
+    static constexpr int max_depth = 32;
+
+    explicit Graph(Trace& trace);
+    ~Graph();
+
+    // Creates the plug-in's instance at once; `store` is what the node starts with.
+    GraphNode& add(const std::string& name, const hostkit::RegisteredNodeType& type,
+                   const hostkit::Store& store, bool bypassed = false);
+    void connect(GraphNode& from, GraphNode& to);
+    // An event from outside the graph, as the host's own trigger would send it.
+    void send(GraphNode& to);
+    // Destroys every node, children before nothing: the plug-in needs no order.
+    void clear();
+
+    GraphNode* find(const std::string& name) const;
+    const std::vector<std::unique_ptr<GraphNode>>& nodes() const { return nodes_; }
+    // Rebuilds the panels the plug-in asked to have rebuilt.
+    void refresh();
+
+private:
+    struct Delivery {
+        GraphNode* from;  // null for the host
+        GraphNode* to;
+        int depth;
+    };
+
+    void listen(GraphNode& node);
+    void on_post(GraphNode& from, bool originated);
+    void drain();
+
+    Trace& trace_;
+    std::vector<std::unique_ptr<GraphNode>> nodes_;
+    std::deque<Delivery> deliveries_;
+    bool draining_ = false;
+    int depth_ = 0;  // of the delivery running now; 0 outside any
+};
+
+}  // namespace zesthost

@@ -1,0 +1,121 @@
+#include "zesthost/panel_text.h"
+
+#include <cstdio>
+
+#include "zestsim/zestsim.h"
+
+namespace zesthost {
+
+namespace {
+
+using hostkit::Control;
+using hostkit::ControlKind;
+
+std::string number(double value) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%g", value);
+    return text;
+}
+
+std::string caption(const Control& control) {
+    return control.text ? *control.text + ": " : std::string();
+}
+
+std::string range(const Control& control) {
+    std::string text = " (" + number(control.minimum) + " to " + number(control.maximum);
+    if (control.kind == ControlKind::Slider) text += ", step " + number(control.step);
+    return text + ")";
+}
+
+void add_control(const Control& control, const std::string& indent,
+                 std::vector<std::string>& lines) {
+    switch (control.kind) {
+        case ControlKind::StartGroup:
+        case ControlKind::EndGroup:
+            return;
+        case ControlKind::Label:
+            lines.push_back(indent + control.text.value_or(""));
+            return;
+        case ControlKind::Button:
+            lines.push_back(indent + "[" + control.text.value_or("") + "]");
+            return;
+        case ControlKind::Checkbox:
+            lines.push_back(indent + (control.result != 0.0 ? "[x] " : "[ ] ") +
+                            control.text.value_or(""));
+            return;
+        case ControlKind::Int:
+        case ControlKind::Slider:
+        case ControlKind::Float:
+            lines.push_back(indent + caption(control) + number(control.result) + range(control));
+            return;
+        case ControlKind::List:
+            if (control.entries.empty()) lines.push_back(indent + "  (nothing to choose)");
+            for (const hostkit::ListEntry& entry : control.entries) {
+                const bool selected = entry.value == static_cast<int>(control.result);
+                lines.push_back(indent + (selected ? "  (*) " : "  ( ) ") + entry.label);
+            }
+            return;
+    }
+}
+
+std::string buttons_text(std::uint16_t buttons) {
+    static const char* const names[16] = {"up", "down", "left", "right", "start", "back",
+                                          "ls", "rs",   "lb",   "rb",    "guide", nullptr,
+                                          "a",  "b",    "x",    "y"};
+    std::string text;
+    for (int bit = 0; bit < 16; ++bit) {
+        if ((buttons & (1u << bit)) != 0 && names[bit] != nullptr) {
+            text += (text.empty() ? "" : " ") + std::string(names[bit]);
+        }
+    }
+    return text.empty() ? "none" : text;
+}
+
+std::string pad_state_text(const zestsim::PadState& state) {
+    char sticks[96];
+    std::snprintf(sticks, sizeof sticks, "triggers %u %u, sticks %d %d %d %d", state.left_trigger,
+                  state.right_trigger, state.thumb_lx, state.thumb_ly, state.thumb_rx,
+                  state.thumb_ry);
+    return "buttons " + buttons_text(state.buttons) + ", " + sticks;
+}
+
+}  // namespace
+
+std::vector<std::string> panel_lines(const hostkit::Panel& panel) {
+    std::vector<std::string> lines;
+    std::string indent = "  ";
+    for (const Control& control : panel.controls()) {
+        if (control.kind == ControlKind::EndGroup && indent.size() > 2)
+            indent.resize(indent.size() - 2);
+        add_control(control, indent, lines);
+        if (control.kind == ControlKind::StartGroup) {
+            if (control.text) lines.push_back(indent + *control.text);
+            indent += "  ";
+        }
+    }
+    return lines;
+}
+
+std::vector<std::string> pad_lines() {
+    std::vector<std::string> lines;
+    for (std::size_t user = 0; user < zestsim::user_count; ++user) {
+        std::string line = "  pad " + std::to_string(user) + ": ";
+        if (!zestsim::is_plugged(user)) {
+            lines.push_back(line + "empty");
+            continue;
+        }
+        const zestsim::Vibration rumble = zestsim::vibration(user);
+        lines.push_back(line + pad_state_text(zestsim::pad_state(user)) + ", rumble " +
+                        std::to_string(rumble.left) + " " + std::to_string(rumble.right));
+    }
+    for (std::uint32_t serial = 1; serial <= 64; ++serial) {
+        const int user = zestsim::target_user(serial);
+        if (user < 0) continue;
+        lines.push_back("  virtual pad " + std::to_string(serial) + " on pad " +
+                        std::to_string(user) + ": " +
+                        pad_state_text(zestsim::target_report(serial)));
+    }
+    return lines;
+}
+
+}  // namespace zesthost
