@@ -113,6 +113,16 @@ std::optional<hostkit::Store::Value> control_value(const hostkit::Control* contr
     return text;
 }
 
+bool shows(const hostkit::Panel& panel, const std::string& text) {
+    for (const hostkit::Control& control : panel.controls()) {
+        if (control.text == text) return true;
+        for (const hostkit::ListEntry& entry : control.entries) {
+            if (entry.label == text) return true;
+        }
+    }
+    return false;
+}
+
 }  // namespace
 
 std::vector<std::string> split_words(const std::string& line) {
@@ -173,7 +183,8 @@ Conditions:
   virtual connected | virtual gone
   virtual BUTTON down|up       the virtual pad's report, as other programs see it
   rumble INDEX on|off          what the pad's motors were last told
-  text PANEL TEXT              the panel's last pass shows TEXT
+  text PANEL TEXT              the panel's last pass shows TEXT, as a label, a
+                               caption or a list entry
   name NODE TEXT               the node's display name)";
 }
 
@@ -409,7 +420,7 @@ Commands::Verdict Commands::check(const Args& condition) {
     if (what == "text" && count == 3) {
         hostkit::Panel* panel = panel_named(condition[1]);
         if (panel == nullptr) return "no panel " + condition[1];
-        if (panel->find_text(condition[2]) != nullptr) return std::nullopt;
+        if (shows(*panel, condition[2])) return std::nullopt;
         std::string shown;
         for (const std::string& text : panel_lines(*panel))
             shown += "\n" + text;

@@ -1,0 +1,134 @@
+#include <QTemporaryDir>
+
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+
+#include "kit/kit.h"
+#include "support/kit_fixture.h"
+#include "zesthost/commands.h"
+#include "zesthost/graph_file.h"
+#include "zesthost/session.h"
+#include "zestsim/zestsim.h"
+
+namespace zesthost {
+namespace {
+
+using ::testing::HasSubstr;
+
+std::string contents(const std::string& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+class ZesthostTest : public KitTest {
+protected:
+    void SetUp() override {
+        KitTest::SetUp();
+        ASSERT_TRUE(hostkit::load_translations(ZEST_ENGLISH_TABLE));
+        zestsim::reset();
+        ASSERT_TRUE(folder.isValid());
+        session = std::make_unique<Session>(ZEST_PLUGIN_PATH, trace);
+    }
+    void TearDown() override {
+        session.reset();
+        EXPECT_THAT(hostkit::check(), ::testing::IsEmpty());
+        std::fclose(trace_file);
+        KitTest::TearDown();
+    }
+
+    std::string path(const std::string& name) const {
+        return folder.filePath(QString::fromStdString(name)).toStdString();
+    }
+    std::string write(const std::string& name, const std::string& text) const {
+        std::ofstream(path(name)) << text;
+        return path(name);
+    }
+    std::string traced() {
+        std::fflush(trace_file);
+        std::rewind(trace_file);
+        std::string text;
+        for (int c; (c = std::fgetc(trace_file)) != EOF;)
+            text += static_cast<char>(c);
+        return text;
+    }
+
+    QTemporaryDir folder;
+    std::FILE* trace_file = std::tmpfile();
+    Trace trace{trace_file};
+    std::unique_ptr<Session> session;
+};
+
+// Saving turns interned attribute ids back into their names, and a saved file loads into the
+// same graph: saving it again gives the same bytes.
+TEST_F(ZesthostTest, GraphFilesRoundTrip) {
+    session->load(ZEST_EXAMPLES "/demo.graph.json");
+    ASSERT_EQ(session->graph().nodes().size(), 3u);
+    EXPECT_TRUE(std::holds_alternative<std::int32_t>(
+        session->graph().find("hold_b")->store.values().at("!attribute")));
+    session->save(path("first.json"));
+    session->load(path("first.json"));
+    session->save(path("second.json"));
+    EXPECT_EQ(contents(path("first.json")), contents(path("second.json")));
+    EXPECT_THAT(contents(path("first.json")), HasSubstr("\"!attribute\": \"button_b\""));
+    EXPECT_THAT(contents(path("first.json")), HasSubstr("\"double\": 0.5"));
+}
+
+// A bad file names itself and the place, and leaves the graph as it was.
+TEST_F(ZesthostTest, BadGraphFilesAreClearErrorsAndLoadNothing) {
+    session->load(ZEST_EXAMPLES "/demo.graph.json");
+    const struct {
+        const char* text;
+        const char* message;
+    } bad[] = {
+        {"{\"nodes\": [\n  {\"name\": \"a\",, }]}", "line 2, column "},
+        {"[1, 2]", "top: a graph file holds one JSON object"},
+        {R"({"nodes": [{"name": "a", "type": "io.zestworks.gamepad.nosuch"}]})",
+         "nodes[0].type: unknown node type \"io.zestworks.gamepad.nosuch\""},
+        {R"({"nodes": [{"name": "a", "type": "io.zestworks.gamepad.rumblegamepad",
+             "store": {"!seconds": 0.5}}]})",
+         "nodes[0].store[\"!seconds\"]: a number that is no 32-bit int"},
+        {R"({"nodes": [{"name": "a", "type": "io.zestworks.gamepad.rumblegamepad"}],
+             "edges": [["a", "b"]]})",
+         "edges[0]: no node is named \"b\""},
+        {R"({"preferences": {"updatems": [240]}})", "preferences[\"updatems\"]: a value must be"},
+    };
+    for (const auto& file : bad) {
+        const std::string name = write("bad.json", file.text);
+        try {
+            session->load(name);
+            ADD_FAILURE() << "loaded " << file.text;
+        } catch (const GraphFileError& error) {
+            EXPECT_THAT(error.what(), HasSubstr(name + ": "));
+            EXPECT_THAT(error.what(), HasSubstr(file.message));
+        }
+        EXPECT_EQ(session->graph().nodes().size(), 3u);
+    }
+    EXPECT_THROW(session->load(path("missing.json")), GraphFileError);
+}
+
+// Lines the host can't read fail with a message and change nothing; expectations that don't
+// hold say what was found.
+TEST_F(ZesthostTest, BadScenarioLinesFailWithAMessage) {
+    Commands commands(*session, path(""));
+    for (const char* line : {"frobnicate", "pad plug 7", "pad press 0 turbo", "wait 5 parsecs",
+                             "node x nosuchtype", "set nobody !gamepad 0", "expect events x 1",
+                             "wait until virtual connected within 50ms", "pad triggers 0 300 0"}) {
+        EXPECT_FALSE(commands.run(line)) << line;
+    }
+    EXPECT_TRUE(commands.run("# a comment"));
+    EXPECT_TRUE(commands.run("node x rumblegamepad"));
+    EXPECT_FALSE(commands.run("node x rumblegamepad"));
+    EXPECT_FALSE(commands.run("expect name x \"Something else\""));
+    const std::string text = traced();
+    EXPECT_THAT(text, HasSubstr("FAILED: can't read \"frobnicate\""));
+    EXPECT_THAT(text, HasSubstr("FAILED: a pad is 0 to 3"));
+    EXPECT_THAT(
+        text, HasSubstr("FAILED: expected name x Something else; the name is \"Rumble Gamepad\""));
+    EXPECT_EQ(session->graph().nodes().size(), 1u);
+}
+
+}  // namespace
+}  // namespace zesthost
