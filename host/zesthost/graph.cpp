@@ -82,7 +82,13 @@ void Graph::on_post(GraphNode& from, bool originated) {
 
 void Graph::drain() {
     draining_ = true;
-    while (!deliveries_.empty()) {
+    for (int delivered = 0; !deliveries_.empty(); ++delivered) {
+        if (delivered == max_deliveries) {
+            trace_.line("error: one event made " + std::to_string(max_deliveries) +
+                        " deliveries; the graph has a cycle, the rest is dropped");
+            deliveries_.clear();
+            break;
+        }
         const Delivery delivery = deliveries_.front();
         deliveries_.pop_front();
         if (delivery.depth > max_depth) {

@@ -40,11 +40,14 @@ struct GraphNode {
 
 // Nodes and edges. An event a node sends, of its own or passed on, reaches each of its
 // children: through receive_event, or forward_event for a bypassed child. Deliveries run in
-// order of posting, after the post that caused them, and a chain longer than max_depth is cut
-// with a message, so that a cycle can't hang the host. Main thread.
+// order of posting, after the post that caused them. A chain longer than max_depth, or more
+// than max_deliveries for one event, is cut with a message, so that a cycle can't hang the
+// host. Main thread.
 class Graph {
 public:
     static constexpr int max_depth = 32;
+    // Deliveries of one event at the most: a cycle that branches doubles them at every step.
+    static constexpr int max_deliveries = 10000;
 
     explicit Graph(Trace& trace);
     ~Graph();

@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <limits>
+#include <optional>
 #include <set>
 
 // Graph files are JSON:
@@ -15,7 +16,8 @@
 //               "bypassed": false, "store": {key: value, ...}}, ...],
 //    "edges": [["press", "hold_b"], ...]}
 // A value is a string, true or false, a whole number (a 32-bit int), or {"double": number}:
-// JSON alone can't tell the int 5 from the double 5.0, and the plug-in can.
+// JSON alone can't tell the int 5 from the double 5.0, and the plug-in can. JSON has no
+// infinity, so those doubles are {"double": "inf"}, "-inf" or "nan".
 
 namespace zesthost {
 
@@ -44,6 +46,28 @@ std::string line_and_column(const QByteArray& text, qsizetype offset) {
     return "line " + std::to_string(line) + ", column " + std::to_string(column);
 }
 
+const std::pair<const char*, double> non_finite[] = {
+    {"inf", std::numeric_limits<double>::infinity()},
+    {"-inf", -std::numeric_limits<double>::infinity()},
+    {"nan", std::numeric_limits<double>::quiet_NaN()}};
+
+std::optional<double> read_double(const QJsonValue& value) {
+    const QJsonObject object = value.toObject();
+    if (!value.isObject() || object.size() != 1) return std::nullopt;
+    const QJsonValue number = object.value(QStringLiteral("double"));
+    if (number.isDouble()) return number.toDouble();
+    for (const auto& [name, special] : non_finite) {
+        if (number.toString() == QLatin1String(name)) return special;
+    }
+    return std::nullopt;
+}
+
+QJsonValue json_double(double value) {
+    if (std::isfinite(value)) return value;
+    const char* name = std::isnan(value) ? "nan" : value > 0 ? "inf" : "-inf";
+    return QString::fromLatin1(name);
+}
+
 hostkit::Store::Value read_value(const QJsonValue& value, const std::string& path,
                                  const std::string& place) {
     if (value.isString()) return value.toString().toStdString();
@@ -56,11 +80,7 @@ hostkit::Store::Value read_value(const QJsonValue& value, const std::string& pat
         }
         return static_cast<std::int32_t>(number);
     }
-    const QJsonObject object = value.toObject();
-    if (value.isObject() && object.size() == 1 &&
-        object.value(QStringLiteral("double")).isDouble()) {
-        return object.value(QStringLiteral("double")).toDouble();
-    }
+    if (const std::optional<double> number = read_double(value)) return *number;
     fail(path, place,
          "a value must be a string, true, false, a whole number or {\"double\": number}");
 }
@@ -137,7 +157,7 @@ QJsonValue json_value(const hostkit::Store::Value& value) {
         return QString::fromStdString(*text);
     }
     if (const auto* flag = std::get_if<bool>(&value)) return *flag;
-    return QJsonObject{{QStringLiteral("double"), std::get<double>(value)}};
+    return QJsonObject{{QStringLiteral("double"), json_double(std::get<double>(value))}};
 }
 
 QJsonObject json_store(const StoreValues& store) {

@@ -30,11 +30,13 @@ void Interactive::prompt() {
     std::fflush(stdout);
 }
 
+// A command runs the event loop (waits do, and every command settles first), so the notifier
+// is off meanwhile: input that comes during a command waits for the next read, in order.
 void Interactive::read_input() {
+    input_.setEnabled(false);
     char buffer[4096];
     const ssize_t count = ::read(STDIN_FILENO, buffer, sizeof buffer);
     if (count <= 0) {
-        input_.setEnabled(false);
         QCoreApplication::quit();
         return;
     }
@@ -46,12 +48,12 @@ void Interactive::read_input() {
         if (!line.empty() && line.back() == '\r') line.pop_back();
         commands_.run(line);
         if (commands_.quit_requested()) {
-            input_.setEnabled(false);
             QCoreApplication::quit();
             return;
         }
         prompt();
     }
+    input_.setEnabled(true);
 }
 
 }  // namespace zesthost

@@ -20,12 +20,7 @@ namespace {
 using gamepad::AttributeType;
 using gamepad::AttributeValue;
 
-struct NameKeys {
-    const char* plain;
-    const char* with_arguments;
-};
-
-NameKeys name_keys(AttributeType kind, ActionMode mode) {
+NodeNameKeys name_keys(AttributeType kind, ActionMode mode) {
     if (mode == ActionMode::Noise) {
         switch (kind) {
             case AttributeType::Button:
@@ -73,11 +68,6 @@ double percent(ZestPanel panel, const char* key, const char* label_key, int defa
     return zui_slider(panel, key, plugin_tr(label_key), default_value, minimum, 100, step) / 100.0;
 }
 
-gamepad::GamepadCapabilities capabilities_of(const gamepad::Gamepad& pad) {
-    const gamepad::GamepadMetadata* metadata = pad.metadata();
-    return metadata == nullptr ? gamepad::GamepadCapabilities{} : metadata->capabilities;
-}
-
 }  // namespace
 
 double noise_frequency(AttributeType kind, int slider) {
@@ -98,9 +88,7 @@ ActionNode::ActionNode(ZestNode node, AttributeType kind, ActionMode mode)
 ActionNode::~ActionNode() = default;
 
 void ActionNode::get_name(char* buffer) const {
-    const NameKeys keys = name_keys(kind_, mode_);
-    write_node_name(buffer, *gamepads_, gamepad_index_, attribute_index_, keys.with_arguments,
-                    keys.plain);
+    write_node_name(buffer, *gamepads_, gamepad_index_, attribute_index_, name_keys(kind_, mode_));
 }
 
 void ActionNode::build_properties(ZestPanel panel) {

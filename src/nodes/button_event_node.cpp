@@ -11,16 +11,11 @@ namespace {
 
 using gamepad::AttributeType;
 
-struct NameKeys {
-    const char* with_arguments;
-    const char* plain;
-};
-
-NameKeys name_keys(ButtonEventKind kind) {
+NodeNameKeys name_keys(ButtonEventKind kind) {
     if (kind == ButtonEventKind::Press) {
-        return {"OnGamepadButtonPressNode.Name.%1.%2", "OnGamepadButtonPressNode.Name"};
+        return {"OnGamepadButtonPressNode.Name", "OnGamepadButtonPressNode.Name.%1.%2"};
     }
-    return {"OnGamepadButtonReleaseNode.Name.%1.%2", "OnGamepadButtonReleaseNode.Name"};
+    return {"OnGamepadButtonReleaseNode.Name", "OnGamepadButtonReleaseNode.Name.%1.%2"};
 }
 
 }  // namespace
@@ -36,9 +31,7 @@ ButtonEventNode::ButtonEventNode(ZestNode node, ButtonEventKind kind)
 ButtonEventNode::~ButtonEventNode() = default;
 
 void ButtonEventNode::get_name(char* buffer) const {
-    const NameKeys keys = name_keys(kind_);
-    write_node_name(buffer, *gamepads_, gamepad_index_, attribute_index_, keys.with_arguments,
-                    keys.plain);
+    write_node_name(buffer, *gamepads_, gamepad_index_, attribute_index_, name_keys(kind_));
 }
 
 void ButtonEventNode::build_properties(ZestPanel panel) {
@@ -50,10 +43,8 @@ void ButtonEventNode::build_properties(ZestPanel panel) {
     gamepad::Gamepad* pad = gamepads_->gamepad(gamepad_index_);
     if (pad != nullptr) {
         zui_label(panel, nullptr, plugin_tr("OnGamepadButtonNode.Button"));
-        const gamepad::GamepadMetadata* metadata = pad->metadata();
-        attribute_index_ = pick_readable_attribute(
-            panel, {pad, AttributeType::Button,
-                    metadata == nullptr ? gamepad::GamepadCapabilities{} : metadata->capabilities});
+        attribute_index_ =
+            pick_readable_attribute(panel, {pad, AttributeType::Button, capabilities_of(*pad)});
     }
     follow(pad);
     zest_node_invalidate_name(node_);

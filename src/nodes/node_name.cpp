@@ -21,20 +21,19 @@ const gamepad::GamepadAttribute* selected_attribute(const gamepad::GamepadMetada
 }  // namespace
 
 void write_node_name(char* buffer, const gamepad::Gamepads& gamepads, std::int32_t gamepad_index,
-                     std::int32_t attribute_index, const char* key_with_arguments,
-                     const char* plain_key) {
+                     std::int32_t attribute_index, NodeNameKeys keys) {
     const gamepad::Gamepad* pad = gamepads.gamepad(gamepad_index);
     const gamepad::GamepadMetadata* metadata = pad == nullptr ? nullptr : pad->metadata();
     if (const gamepad::GamepadAttribute* attribute =
             selected_attribute(metadata, attribute_index)) {
-        ZestTrBuilder builder = plugin_tr_arg(key_with_arguments);
+        ZestTrBuilder builder = plugin_tr_arg(keys.with_arguments);
         zest_tr_str(builder, attribute->label.constData());
         zest_tr_str(builder, metadata->name.constData());
         zest_tr_end_str(builder, buffer);
         return;
     }
     buffer[0] = '\0';
-    const char* text = plugin_tr(plain_key);
+    const char* text = plugin_tr(keys.plain);
     if (text == nullptr) return;
     const std::size_t length = strnlen(text, name_capacity);
     std::memcpy(buffer, text, length);

@@ -4,9 +4,13 @@
 
 #include "gamepad/gamepads.h"
 
+// The two translation keys of a node type's display name.
+struct NodeNameKeys {
+    const char* plain;
+    const char* with_arguments;  // %1 the attribute's label, %2 the pad's name
+};
+
 // The display name of a node into the host's 256-byte buffer: with a selected pad and attribute,
-// the key with arguments gets the attribute's label as %1 and the pad's name as %2; otherwise
-// the plain key's text, cut to fit. Main thread.
+// the key with arguments; otherwise the plain key's text, cut to fit. Main thread.
 void write_node_name(char* buffer, const gamepad::Gamepads& gamepads, std::int32_t gamepad_index,
-                     std::int32_t attribute_index, const char* key_with_arguments,
-                     const char* plain_key);
+                     std::int32_t attribute_index, NodeNameKeys keys);

@@ -57,7 +57,8 @@ const char* decorated_name(const char* key, const QByteArray& name, std::vector<
     ZestTrBuilder builder = plugin_tr_arg(key);
     zest_tr_str(builder, name.constData());
     char* text = zest_tr_end(builder);
-    if (text != nullptr) owned.push_back(text);
+    if (text == nullptr) return name.constData();  // a host without the text: the plain name
+    owned.push_back(text);
     return text;
 }
 
@@ -123,6 +124,11 @@ int pick_attribute(ZestPanel panel, const AttributeQuery& query, Access access) 
 }
 
 }  // namespace
+
+gamepad::GamepadCapabilities capabilities_of(const gamepad::Gamepad& pad) {
+    const GamepadMetadata* metadata = pad.metadata();
+    return metadata == nullptr ? GamepadCapabilities{} : metadata->capabilities;
+}
 
 int pick_feed_gamepad(ZestPanel panel, PickerLabels& labels, PickerValues& values,
                       const Gamepads& gamepads, int leave_out) {

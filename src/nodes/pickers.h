@@ -31,6 +31,9 @@ struct AttributeQuery {
     gamepad::GamepadCapabilities capabilities;  // the pad's; none before its first metadata
 };
 
+// A pad's capabilities; none before its first metadata.
+gamepad::GamepadCapabilities capabilities_of(const gamepad::Gamepad& pad);
+
 // The readable, or writable, attributes of the query's pad and type, by their interned ids. Key
 // "!attribute". Returns the chosen attribute's position in the pad's metadata, or -1.
 int pick_readable_attribute(ZestPanel panel, const AttributeQuery& query);

@@ -18,7 +18,7 @@ std::int32_t intern_attribute_id(const char* name) {
     return id;
 }
 
-void attribute_after_load(void*, ZestStore store) {
+void after_load(void*, ZestStore store) {
     if (!zest_store_has_string(store, attribute_key)) return;
     const char* name = zest_store_get_string(store, attribute_key);
     if (name == nullptr) return;
@@ -26,7 +26,7 @@ void attribute_after_load(void*, ZestStore store) {
 }
 
 // An id this run never gave out, -1 for none included, stays an int.
-void attribute_before_save(void*, ZestStore store) {
+void before_save(void*, ZestStore store) {
     if (!zest_store_has_int(store, attribute_key)) return;
     const std::int32_t id = zest_store_get_int(store, attribute_key);
     if (id < 0 || static_cast<std::size_t>(id) >= plugin_state->attribute_names.size()) return;

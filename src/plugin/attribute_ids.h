@@ -11,5 +11,5 @@
 std::int32_t intern_attribute_id(const char* name);
 
 // The two store hooks of every node type; they read only the store.
-void attribute_after_load(void* instance, ZestStore store);
-void attribute_before_save(void* instance, ZestStore store);
+void after_load(void* instance, ZestStore store);
+void before_save(void* instance, ZestStore store);

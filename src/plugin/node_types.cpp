@@ -17,62 +17,48 @@ void destroy_node(void* instance) {
     delete static_cast<QObject*>(instance);
 }
 
+using gamepad::AttributeType;
+
 template <ButtonEventKind kind>
 void* create_button_event_node(ZestNode node) {
     return static_cast<QObject*>(new ButtonEventNode(node, kind));
 }
-
-ButtonEventNode& event_node(void* instance) {
-    return *static_cast<ButtonEventNode*>(static_cast<QObject*>(instance));
-}
-
-void event_node_name(void* instance, char* buffer) {
-    event_node(instance).get_name(buffer);
-}
-
-int event_node_type_code(void*) {
-    return 41;
-}
-
-void event_node_properties(void* instance, ZestPanel panel) {
-    event_node(instance).build_properties(panel);
-}
-
-void event_node_pass_on(void* instance, ZestEvent event) {
-    pass_event_on(event_node(instance).node(), event);
-}
-
-using gamepad::AttributeType;
 
 template <AttributeType kind, ActionMode mode>
 void* create_action_node(ZestNode node) {
     return static_cast<QObject*>(new ActionNode(node, kind, mode));
 }
 
-ActionNode& action_node(void* instance) {
-    return *static_cast<ActionNode*>(static_cast<QObject*>(instance));
+// The callbacks of a node class, over the QObject that create handed out.
+template <typename Node>
+Node& node_of(void* instance) {
+    return *static_cast<Node*>(static_cast<QObject*>(instance));
 }
 
-void action_node_name(void* instance, char* buffer) {
-    action_node(instance).get_name(buffer);
+template <typename Node>
+void node_name(void* instance, char* buffer) {
+    node_of<Node>(instance).get_name(buffer);
 }
 
-int action_node_type_code(void*) {
-    return 35;
+template <int code>
+int type_code(void*) {
+    return code;
 }
 
-void action_node_properties(void* instance, ZestPanel panel) {
-    action_node(instance).build_properties(panel);
+template <typename Node>
+void node_properties(void* instance, ZestPanel panel) {
+    node_of<Node>(instance).build_properties(panel);
+}
+
+template <typename Node>
+void node_pass_on(void* instance, ZestEvent event) {
+    pass_event_on(node_of<Node>(instance).node(), event);
 }
 
 // The event goes on whether the node could fire or not.
 void action_node_receive(void* instance, ZestEvent event) {
-    action_node(instance).fire();
-    pass_event_on(action_node(instance).node(), event);
-}
-
-void action_node_pass_on(void* instance, ZestEvent event) {
-    pass_event_on(action_node(instance).node(), event);
+    node_of<ActionNode>(instance).fire();
+    node_pass_on<ActionNode>(instance, event);
 }
 
 struct NodeType {
@@ -93,11 +79,11 @@ constexpr NodeType event_type(const char* id, const char* name_key) {
             name_key,
             "NodeCategory.Sources",
             create_button_event_node<kind>,
-            event_node_name,
-            event_node_type_code,
-            event_node_properties,
-            event_node_pass_on,
-            event_node_pass_on};
+            node_name<ButtonEventNode>,
+            type_code<41>,
+            node_properties<ButtonEventNode>,
+            node_pass_on<ButtonEventNode>,
+            node_pass_on<ButtonEventNode>};
 }
 
 template <AttributeType kind, ActionMode mode>
@@ -106,11 +92,11 @@ constexpr NodeType action_type(const char* id, const char* name_key) {
             name_key,
             "NodeCategory.Actions",
             create_action_node<kind, mode>,
-            action_node_name,
-            action_node_type_code,
-            action_node_properties,
+            node_name<ActionNode>,
+            type_code<35>,
+            node_properties<ActionNode>,
             action_node_receive,
-            action_node_pass_on};
+            node_pass_on<ActionNode>};
 }
 
 // In the order the host lists them.
@@ -152,8 +138,8 @@ void register_node_types(ZestRegistry registry) {
         descriptor.build_properties = type.build_properties;
         descriptor.receive_event = type.receive_event;
         descriptor.forward_event = type.forward_event;
-        descriptor.after_load = attribute_after_load;
-        descriptor.before_save = attribute_before_save;
+        descriptor.after_load = after_load;
+        descriptor.before_save = before_save;
         zest_register_node(registry, &descriptor);
     }
 }

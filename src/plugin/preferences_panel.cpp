@@ -56,7 +56,9 @@ void build_feed_gamepad_controls(PluginState& state, ZestPanel panel) {
     PickerLabels labels{plugin_tr("None")};
     PickerValues values{-1};
     int source = pick_feed_gamepad(panel, labels, values, pads, virtual_index);
-    if (pads.gamepad(source) == nullptr) source = -1;  // the polling thread only knows real pads
+    // A stored position that no pad has, or the virtual pad's own (it may come up elsewhere
+    // than last time), feeds nothing: the pad would mirror itself and hold every value.
+    if (pads.gamepad(source) == nullptr || source == virtual_index) source = -1;
     if (gamepad::Gamepad* virtual_pad = pads.gamepad(virtual_index)) {
         virtual_pad->impl()->set_feed_source(source);
     }

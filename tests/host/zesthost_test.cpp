@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
+#include <limits>
 #include <memory>
 #include <string>
 
@@ -68,12 +69,14 @@ TEST_F(ZesthostTest, GraphFilesRoundTrip) {
     ASSERT_EQ(session->graph().nodes().size(), 3u);
     EXPECT_TRUE(std::holds_alternative<std::int32_t>(
         session->graph().find("hold_b")->store.values().at("!attribute")));
+    session->graph().find("rumble")->store.set("!seconds", std::numeric_limits<double>::infinity());
     session->save(path("first.json"));
     session->load(path("first.json"));
     session->save(path("second.json"));
     EXPECT_EQ(contents(path("first.json")), contents(path("second.json")));
     EXPECT_THAT(contents(path("first.json")), HasSubstr("\"!attribute\": \"button_b\""));
     EXPECT_THAT(contents(path("first.json")), HasSubstr("\"double\": 0.5"));
+    EXPECT_THAT(contents(path("first.json")), HasSubstr("\"double\": \"inf\""));
 }
 
 // A bad file names itself and the place, and leaves the graph as it was.
@@ -128,6 +131,21 @@ TEST_F(ZesthostTest, BadScenarioLinesFailWithAMessage) {
     EXPECT_THAT(
         text, HasSubstr("FAILED: expected name x Something else; the name is \"Rumble Gamepad\""));
     EXPECT_EQ(session->graph().nodes().size(), 1u);
+}
+
+// A cycle, straight or branching, is cut short with a message instead of running forever.
+TEST_F(ZesthostTest, CyclesAreCutShort) {
+    Commands commands(*session, path(""));
+    for (const char* line :
+         {"node a rumblegamepad", "node b rumblegamepad", "edge a b", "edge b a", "fire a",
+          "node fan rumblegamepad", "edge fan fan", "edge fan fan", "fire fan"}) {
+        ASSERT_TRUE(commands.run(line)) << line;
+    }
+    EXPECT_EQ(session->graph().find("a")->passed_on() + session->graph().find("b")->passed_on(),
+              static_cast<std::size_t>(Graph::max_depth));
+    EXPECT_EQ(session->graph().find("fan")->passed_on(),
+              static_cast<std::size_t>(Graph::max_deliveries));
+    EXPECT_THAT(traced(), HasSubstr("the graph has a cycle"));
 }
 
 }  // namespace

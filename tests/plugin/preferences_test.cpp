@@ -146,6 +146,8 @@ TEST_F(PreferencesTest, TheUpdateRateChangesAtConfirmation) {
     preferences.set("updatems", 4);
     plugin().confirm_preferences(preferences.handle());
     ASSERT_TRUE(switch_virtual_pad(true));
+    preferences.set("updatems", std::string("fast"));  // no int stored: nothing changes
+    plugin().confirm_preferences(preferences.handle());
     EXPECT_LE(reads_during_a_while(0), 4u);
 
     preferences_panel.script_value("updatems", 1000);
@@ -160,10 +162,22 @@ TEST_F(PreferencesTest, TheUpdateRateChangesAtConfirmation) {
         const std::uint64_t before = zestsim::calls("XInputGetState", 0);
         EXPECT_TRUE(eventually([&] { return zestsim::calls("XInputGetState", 0) > before + 1; }));
     }
-    preferences.erase("updatems");
-    plugin().confirm_preferences(preferences.handle());  // nothing stored, nothing changed
-    preferences.set("updatems", std::string("fast"));
-    plugin().confirm_preferences(preferences.handle());
+}
+
+// The virtual pad comes up at the lowest free index, so a stored feed can name the virtual pad
+// itself. It feeds nothing then: mirroring itself, the pad would hold whatever it was given.
+TEST_F(PreferencesTest, AStoredFeedNamingTheVirtualPadFeedsNothing) {
+    preferences.set("feedgamepad", 0);
+    ASSERT_TRUE(switch_virtual_pad(true));
+    auto press = make_node("io.zestworks.gamepad.pressgamepadbutton");
+    press->store.set("!seconds", 0.05);
+    ASSERT_TRUE(eventually([&] {
+        select_attribute(*press, 0, "B button");
+        return press->panel.find_key("!seconds") != nullptr;
+    }));
+    press->receive(hostkit::create_event());
+    ASSERT_TRUE(eventually([] { return zestsim::target_report(virtual_serial).buttons != 0; }));
+    EXPECT_TRUE(eventually([] { return zestsim::target_report(virtual_serial).buttons == 0; }));
 }
 
 }  // namespace
