@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
-# Installs with apt-get whatever this project needs and the machine lacks (Debian 12, as root).
-# Safe to run any number of times: with everything present it installs nothing.
+# Installs with apt-get whatever this project needs and the machine lacks (Debian 12, as root),
+# and the packages named as arguments. Safe to run any number of times: with everything present
+# it installs nothing.
 set -euo pipefail
 
 packages=(
   cmake ninja-build g++ pkg-config
   qt6-base-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev
+  "$@"
 )
 
 missing=()

@@ -18,9 +18,9 @@ struct PluginExports {
     decltype(&zplugin_migrate_load_preferences) migrate_load_preferences;
 };
 
-// Loads the library with dlopen and binds its entry points. The library stays loaded for the
-// life of the process. Throws std::runtime_error, with the loader's words, when the file can't
-// be loaded or lacks an entry point.
+// Loads the library (dlopen; LoadLibrary on Windows) and binds its entry points. The library stays
+// loaded for the life of the process. Throws std::runtime_error, with the loader's words, when the
+// file can't be loaded or lacks an entry point.
 PluginExports open_plugin(const std::string& path);
 
 }  // namespace hostkit

@@ -1,0 +1,156 @@
+// zestdeck.exe, the Windows stand-in for the host: it exports the 31 host functions from the
+// executable, as zestdeck does, so the plug-in's imports bind to it, and runs the plug-in through
+// its whole life on the real Win32 of the machine: describe, register, the preferences with the
+// virtual pad switched on, every node type made and destroyed, a rumble fired, unload.
+
+#define WIN32_LEAN_AND_MEAN
+#include <windows.h>
+
+#include <tlhelp32.h>
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QThread>
+
+#include <cstdio>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "kit/kit.h"
+#include "kit/node.h"
+#include "kit/panel.h"
+#include "kit/plugin_library.h"
+#include "kit/registry.h"
+#include "kit/store.h"
+
+namespace {
+
+int failures = 0;
+
+void check(bool ok, const std::string& what) {
+    std::printf("%s %s\n", ok ? "ok:    " : "FAILED:", what.c_str());
+    std::fflush(stdout);
+    if (!ok) ++failures;
+}
+
+int thread_count() {
+    HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+    THREADENTRY32 entry{};
+    entry.dwSize = sizeof entry;
+    int count = 0;
+    for (BOOL more = Thread32First(snapshot, &entry); more; more = Thread32Next(snapshot, &entry)) {
+        if (entry.th32OwnerProcessID == GetCurrentProcessId()) ++count;
+    }
+    CloseHandle(snapshot);
+    return count;
+}
+
+// Runs the event loop until `done`, for a few seconds at most.
+bool eventually(const std::function<bool()>& done) {
+    QElapsedTimer clock;
+    clock.start();
+    while (!done() && clock.elapsed() < 10000) {
+        QCoreApplication::processEvents();
+        QThread::msleep(5);
+    }
+    return done();
+}
+
+std::string last_label(const hostkit::Panel& panel) {
+    std::string text;
+    for (const hostkit::Control& control : panel.controls()) {
+        if (control.kind == hostkit::ControlKind::Label) text = control.text.value_or("");
+    }
+    return text;
+}
+
+void run(const hostkit::PluginExports& plugin) {
+    plugin.set_handle(hostkit::host_handle());
+    PluginInfo info{};
+    plugin.get_info(&info);
+    check(std::string(info.id) == "io.zestworks.gamepad" && std::string(info.version) == "0.9.4",
+          std::string("described: ") + info.id + " " + info.version + ", " + info.name);
+    check(info.icon != nullptr && info.icon->size == 493, "the icon has its 493 bytes");
+    hostkit::Registry registry;
+    plugin.load(registry.handle());
+    check(registry.types().size() == 9, std::to_string(registry.types().size()) + " node types");
+
+    hostkit::Store preferences;
+    hostkit::Panel panel(preferences);
+    panel.script_value("virtualenabled", true);
+    int asked = -1;
+    const std::string no_driver = "The ViGEm bus driver is not installed or cannot be reached.";
+    eventually([&] {
+        if (hostkit::preferences_invalidations().total != asked) {
+            asked = hostkit::preferences_invalidations().total;
+            panel.run_pass(plugin.build_preferences);
+        }
+        return last_label(panel) != "Connecting...";
+    });
+    check(last_label(panel) == no_driver, "the preferences show \"" + last_label(panel) + "\"");
+
+    for (const hostkit::RegisteredNodeType& type : registry.types()) {
+        hostkit::Node node;
+        hostkit::Store store;
+        hostkit::Panel properties(store);
+        void* instance = type.create(node.handle());
+        properties.run_pass([&](ZestPanel handle) { type.build_properties(instance, handle); });
+        char name[256] = {};
+        type.get_name(instance, name);
+        type.destroy(instance);
+        check(name[0] != '\0', type.id + " made and destroyed: " + name);
+    }
+
+    const hostkit::RegisteredNodeType* rumble = registry.find("io.zestworks.gamepad.rumblegamepad");
+    hostkit::Node node;
+    hostkit::Store store;
+    hostkit::Panel properties(store);
+    void* instance = rumble->create(node.handle());
+    const auto build = [&] {
+        properties.run_pass([&](ZestPanel handle) { rumble->build_properties(instance, handle); });
+    };
+    eventually([&] { return node.properties_invalidations().total > 0; });
+    properties.script_value("!gamepad", 0);
+    build();
+    const hostkit::Control* motors = properties.find_key("!attribute");
+    if (motors != nullptr && !motors->entries.empty()) {
+        properties.script_value("!attribute", motors->entries.front().value);
+    }
+    build();
+    ZestEvent event = hostkit::create_event();
+    rumble->receive_event(instance, event);
+    eventually([] { return false; });  // the core runs on with the rumble for a while
+    check(node.parent_sink().posted().size() == 1,
+          "a rumble fired at an empty pad, event passed on");
+    rumble->destroy(instance);
+
+    panel.script_value("virtualenabled", false);
+    panel.run_pass(plugin.build_preferences);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication app(argc, argv);
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: zestdeck.exe PLUGIN.dll\n");
+        return 2;
+    }
+    check(hostkit::load_translations(ZEST_ENGLISH_TABLE), "English texts loaded");
+    const int threads = thread_count();
+    try {
+        const hostkit::PluginExports plugin = hostkit::open_plugin(argv[1]);
+        check(plugin.sdk_version() == 1, "sdk version 1");
+        run(plugin);
+        plugin.unload();
+        check(eventually([&] { return thread_count() <= threads; }),
+              "unloaded, " + std::to_string(thread_count() - threads) + " threads left");
+    } catch (const std::exception& error) {
+        check(false, error.what());
+    }
+    for (const std::string& problem : hostkit::check())
+        check(false, "host contract: " + problem);
+    std::printf("%s\n", failures == 0 ? "zestdeck: all well" : "zestdeck: failures");
+    return failures == 0 ? 0 : 1;
+}

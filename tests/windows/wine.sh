@@ -1,0 +1,11 @@
+#!/bin/sh
+# wine.sh WINE DLL_FOLDERS PROGRAM ARGS...: runs a Windows program under Wine, with the folders
+# (colon-separated, as Unix paths) where it finds the DLLs it needs.
+set -eu
+wine=$1
+folders=$2
+shift 2
+WINEPATH=$(printf '%s' "$folders" | sed 's|:/|;Z:/|g; s|^|Z:|')
+WINEDEBUG=-all
+export WINEPATH WINEDEBUG
+exec "$wine" "$@"
