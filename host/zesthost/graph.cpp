@@ -7,7 +7,10 @@
 namespace zesthost {
 
 GraphNode::GraphNode(std::string name_, const hostkit::RegisteredNodeType& type_, bool bypassed_)
-    : name(std::move(name_)), type(type_), bypassed(bypassed_) {}
+    : name(std::move(name_)),
+      type(type_),
+      bypassed(bypassed_),
+      instance(type.create(node.handle())) {}
 
 GraphNode::~GraphNode() {
     type.destroy(instance);
@@ -37,7 +40,6 @@ GraphNode& Graph::add(const std::string& name, const hostkit::RegisteredNodeType
     for (const auto& [key, value] : store.values())
         node->store.set(key, value);
     listen(*node);
-    node->instance = type.create(node->node.handle());
     nodes_.push_back(std::move(node));
     return *nodes_.back();
 }
@@ -103,9 +105,9 @@ void Graph::drain() {
         depth_ = delivery.depth;
         ZestEvent event = hostkit::create_event();
         if (to.bypassed) {
-            to.type.forward_event(to.instance, event);
+            to.forward(event);
         } else {
-            to.type.receive_event(to.instance, event);
+            to.receive(event);
         }
         depth_ = 0;
     }

@@ -14,15 +14,19 @@
 namespace zesthost {
 
 // One node of the graph: the host's side of it (kit node, store, panel) and the plug-in's
-// instance. Its panel counts as open: the host builds it again whenever the plug-in asks.
+// instance, made with it. Its panel counts as open: the host builds it again whenever the
+// plug-in asks.
 struct GraphNode {
-    GraphNode(std::string name, const hostkit::RegisteredNodeType& type, bool bypassed);
+    GraphNode(std::string name, const hostkit::RegisteredNodeType& type, bool bypassed = false);
     ~GraphNode();
     GraphNode(const GraphNode&) = delete;
     GraphNode& operator=(const GraphNode&) = delete;
 
     void build();  // one pass of the property panel
     std::string display_name() const;
+    // Hands an event to the node, which owns it from then on.
+    void receive(ZestEvent event) { type.receive_event(instance, event); }
+    void forward(ZestEvent event) { type.forward_event(instance, event); }
     // Events the node sent of its own, and events it passed on.
     std::size_t originated() const { return node.child_sink().posted().size(); }
     std::size_t passed_on() const { return node.parent_sink().posted().size(); }
@@ -34,8 +38,8 @@ struct GraphNode {
     hostkit::Store store;
     hostkit::Panel panel{store};
     std::vector<GraphNode*> children;
-    void* instance = nullptr;  // created last, once the host's side exists
-    int builds_asked = 0;      // the properties invalidations already answered
+    void* instance;        // made last, once the host's side exists
+    int builds_asked = 0;  // the properties invalidations already answered
 };
 
 // Nodes and edges. An event a node sends, of its own or passed on, reaches each of its

@@ -225,10 +225,10 @@ TEST_F(ActionNodeTest, LaterFiringsReplaceEarlierOnesAndStopsEndThemAtOnce) {
 
     click(*long_press, "Test");
     ASSERT_TRUE(eventually([] { return shown().buttons == button_b; }));
-    EXPECT_EQ(long_press->name(), "Press B button (Gamepad 2)");
+    EXPECT_EQ(long_press->display_name(), "Press B button (Gamepad 2)");
     select_attribute(*long_press, virtual_pad, "A button");
     ASSERT_TRUE(eventually([] { return shown().buttons == 0; }));
-    EXPECT_EQ(long_press->name(), "Press A button (Gamepad 2)");
+    EXPECT_EQ(long_press->display_name(), "Press A button (Gamepad 2)");
     EXPECT_EQ(long_press->panel.controls().back().text, "Stop test");  // the test timer runs on
 }
 
@@ -244,14 +244,14 @@ TEST_F(ActionNodeTest, TheSelectionFollowsTheVirtualPad) {
     ASSERT_TRUE(switch_virtual_pad(false));
     node->build();
     EXPECT_EQ(label_texts(node->panel), std::vector<std::string>{"Disabled"});
-    EXPECT_EQ(node->name(), "Press Gamepad Button");
+    EXPECT_EQ(node->display_name(), "Press Gamepad Button");
     fire(*node);  // nothing to fire on
     EXPECT_EQ(node->store.get<std::int32_t>("!gamepad"), virtual_pad);
     EXPECT_EQ(node->store.values().at("!attribute"), attribute);
 
     ASSERT_TRUE(switch_virtual_pad(true));
     node->build();
-    EXPECT_EQ(node->name(), "Press B button (Gamepad 2)");
+    EXPECT_EQ(node->display_name(), "Press B button (Gamepad 2)");
     fire(*node);
     EXPECT_TRUE(eventually([] { return shown().buttons == button_b; }));
 }
@@ -282,7 +282,7 @@ TEST_F(ActionNodeTest, OddDurationsAndSelectionsStaySane) {
         node->store.set("!attribute", attribute);
         node->store.set("!seconds", 60.0);
         node->build();
-        EXPECT_EQ(node->name(), "Press Gamepad Button");
+        EXPECT_EQ(node->display_name(), "Press Gamepad Button");
         fire(*node);
     }
     await_reads(virtual_pad);

@@ -46,7 +46,7 @@ TEST_F(ButtonEventNodeTest, PressAndReleaseNodesFireOnTheirOwnTransitionsOnly) {
     press->build();  // before any metadata: an empty pad list and nothing below it
     EXPECT_THAT(press->panel.find_key("!gamepad")->entries, IsEmpty());
     EXPECT_EQ(press->panel.find_key("!attribute"), nullptr);
-    EXPECT_EQ(press->name(), "On Gamepad Button Press");
+    EXPECT_EQ(press->display_name(), "On Gamepad Button Press");
 
     await_metadata(*press);
     select_attribute(*press, 1, "A button");
@@ -56,8 +56,8 @@ TEST_F(ButtonEventNodeTest, PressAndReleaseNodesFireOnTheirOwnTransitionsOnly) {
                 ElementsAre("Gamepad 1 (disconnected)", "Gamepad 2", "Gamepad 3 (disconnected)",
                             "Gamepad 4 (disconnected)"));
     EXPECT_EQ(press->panel.find_text("Button")->kind, hostkit::ControlKind::Label);
-    EXPECT_EQ(press->name(), "On A button Press (Gamepad 2)");
-    EXPECT_EQ(release->name(), "On A button Release (Gamepad 2)");
+    EXPECT_EQ(press->display_name(), "On A button Press (Gamepad 2)");
+    EXPECT_EQ(release->display_name(), "On A button Release (Gamepad 2)");
     EXPECT_GT(press->node.name_invalidations().total, 0);
 
     // Both nodes hear each change in the same delivery, so one firing shows the other's silence.
@@ -88,7 +88,7 @@ TEST_F(ButtonEventNodeTest, FollowsOnlyThePadSelectedLast) {
     select_attribute(*moved, 1, "A button");
     select_attribute(*probe, 1, "A button");
     select_attribute(*moved, 0, "A button");
-    EXPECT_EQ(moved->name(), "On A button Press (Gamepad 1)");
+    EXPECT_EQ(moved->display_name(), "On A button Press (Gamepad 1)");
 
     zestsim::press(1, button_a, true);
     ASSERT_TRUE(eventually([&] { return events(*probe) == 1; }));
@@ -125,9 +125,9 @@ TEST_F(ButtonEventNodeTest, NamesFitAndOddStoreContentsLeaveTheNodeUnselected) {
     zestsim::plug_pad(1, zestsim::Subtype::Gamepad);
     auto node = make_node(release_type);
     hostkit::set_translation("OnGamepadButtonReleaseNode.Name", std::string(300, 'r'));
-    EXPECT_EQ(node->name(), std::string(255, 'r'));
+    EXPECT_EQ(node->display_name(), std::string(255, 'r'));
     hostkit::set_translation("OnGamepadButtonReleaseNode.Name", std::nullopt);
-    EXPECT_EQ(node->name(), "");
+    EXPECT_EQ(node->display_name(), "");
     hostkit::set_translation("OnGamepadButtonReleaseNode.Name", "Released");
 
     await_metadata(*node);
@@ -135,13 +135,13 @@ TEST_F(ButtonEventNodeTest, NamesFitAndOddStoreContentsLeaveTheNodeUnselected) {
         node->store.set("!gamepad", pad);
         node->build();
         EXPECT_EQ(node->panel.find_key("!attribute"), nullptr);
-        EXPECT_EQ(node->name(), "Released");
+        EXPECT_EQ(node->display_name(), "Released");
     }
     node->store.set("!gamepad", 1);
     node->store.set("!attribute", 999);
     node->build();
     EXPECT_EQ(node->panel.find_key("!attribute")->entries.size(), 16u);  // the pad's buttons
-    EXPECT_EQ(node->name(), "Released");
+    EXPECT_EQ(node->display_name(), "Released");
     zestsim::press(1, button_a, true);
     await_reads(1);
     zestsim::press(1, button_a, false);

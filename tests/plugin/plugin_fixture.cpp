@@ -13,24 +13,6 @@ const hostkit::PluginExports& plugin() {
     return exports;
 }
 
-HostNode::HostNode(const hostkit::RegisteredNodeType& type)
-    : type_(type), instance_(type.create(node.handle())) {}
-
-HostNode::~HostNode() {
-    type_.destroy(instance_);
-}
-
-void HostNode::build() {
-    panel.run_pass([this](ZestPanel handle) { type_.build_properties(instance_, handle); });
-}
-
-std::string HostNode::name() const {
-    char buffer[256];
-    std::fill(std::begin(buffer), std::end(buffer), 'x');  // the name must bring its own NUL
-    type_.get_name(instance_, buffer);
-    return buffer;
-}
-
 void PluginTest::SetUp() {
     KitTest::SetUp();
     ASSERT_TRUE(hostkit::load_translations(ZEST_ENGLISH_TABLE));
@@ -53,7 +35,7 @@ const hostkit::RegisteredNodeType& PluginTest::type(const std::string& id) const
 }
 
 std::unique_ptr<HostNode> PluginTest::make_node(const std::string& id) const {
-    return std::make_unique<HostNode>(type(id));
+    return std::make_unique<HostNode>(id, type(id));
 }
 
 void PluginTest::build_preferences() {

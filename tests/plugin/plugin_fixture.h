@@ -12,30 +12,14 @@
 #include "kit/store.h"
 #include "plugin/host_api.h"
 #include "support/kit_fixture.h"
+#include "zesthost/graph.h"
 
 // The real plug-in, loaded into this process as a host loads it. Loaded once; every case
 // begins and ends with no plug-in state.
 const hostkit::PluginExports& plugin();
 
-// One node of a registered type, as the host holds it: its kit node, store and panel.
-class HostNode {
-public:
-    explicit HostNode(const hostkit::RegisteredNodeType& type);
-    ~HostNode();
-
-    void build();  // one pass of the property panel
-    std::string name() const;
-    void receive(ZestEvent event) { type_.receive_event(instance_, event); }
-    void forward(ZestEvent event) { type_.forward_event(instance_, event); }
-
-    hostkit::Node node;
-    hostkit::Store store;
-    hostkit::Panel panel{store};
-
-private:
-    const hostkit::RegisteredNodeType& type_;
-    void* instance_;
-};
+// A node as the host holds it: zesthost's own.
+using HostNode = zesthost::GraphNode;
 
 // English texts, a new simulated machine, and the plug-in described and registered.
 class PluginTest : public KitTest {
