@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Sets the machine up, then builds every suite and runs it in the dev, asan and tsan presets.
+# Sets the machine up, then builds every suite and runs it in the dev, asan and tsan presets,
+# then cross-builds the Windows DLL and runs its suite under Wine (scripts/windows.sh).
 # Stops at the first failure and ends with one line that counts the tests of all presets.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -10,10 +11,10 @@ trap 'rm -f "$log"' EXIT
 total=0 failed=0 skipped=0
 summary() { echo "tests: $((total - failed - skipped)) passed, $failed failed, $skipped skipped"; }
 
-for preset in dev asan tsan; do
-  echo "== preset $preset"
-  status=0
-  cmake --workflow --preset "$preset" 2>&1 | tee "$log" || status=$?
+# One step: runs a command that ends in ctest, adds its counts, and stops the script if it failed.
+step() {
+  local status=0
+  "$@" 2>&1 | tee "$log" || status=$?
   if line=$(grep -E 'tests? failed out of [0-9]+' "$log" | tail -n 1); then
     total=$((total + $(sed -E 's/.* out of ([0-9]+).*/\1/' <<<"$line")))
     failed=$((failed + $(sed -E 's/.* ([0-9]+) tests? failed.*/\1/' <<<"$line")))
@@ -23,5 +24,13 @@ for preset in dev asan tsan; do
     summary
     exit "$status"
   fi
+}
+
+for preset in dev asan tsan; do
+  echo "== preset $preset"
+  step cmake --workflow --preset "$preset"
 done
+# The Windows DLL, cross-built, and run under Wine after the Linux presets.
+echo "== windows"
+step bash scripts/windows.sh
 summary

@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 cache=${ZEST_WINDOWS_CACHE:-$HOME/.cache/zestworks-windows}
 export ZEST_WINDOWS_QT=$cache/qt-6.4.2-mingw
 export WINEPREFIX=$cache/wine
-export WINEDEBUG=-all
+export WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
 
 bash scripts/setup.sh g++-mingw-w64-x86-64-posix wine64 dpkg-dev xz-utils
 

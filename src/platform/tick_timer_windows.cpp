@@ -24,6 +24,9 @@ void TickTimer::arm(std::int32_t period_ms) {
     LARGE_INTEGER due;
     due.QuadPart = period * -10'000LL;  // negative: relative, in units of 100 ns
     SetWaitableTimer(timer_, &due, period, nullptr, nullptr, FALSE);
+    // An expiry of the earlier arming may still be signalled (Wine keeps it); the new period
+    // starts clean, as a re-armed timerfd does. The first new expiry is a period away.
+    WaitForSingleObject(timer_, 0);
 }
 
 void TickTimer::cancel() {

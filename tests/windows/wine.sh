@@ -7,5 +7,7 @@ folders=$2
 shift 2
 WINEPATH=$(printf '%s' "$folders" | sed 's|:/|;Z:/|g; s|^|Z:|')
 WINEDEBUG=-all
-export WINEPATH WINEDEBUG
+# No .NET or HTML engine: a new prefix would otherwise offer to download them.
+WINEDLLOVERRIDES="mscoree,mshtml="
+export WINEPATH WINEDEBUG WINEDLLOVERRIDES
 exec "$wine" "$@"
