@@ -30,6 +30,15 @@ for preset in dev asan tsan; do
   echo "== preset $preset"
   step cmake --workflow --preset "$preset"
 done
+# The main job's optimised build (its warnings differ) and its demo.
+echo "== release: the main job"
+cmake --workflow --preset release
+build/release/host/zesthost run examples/demo.scenario >/dev/null || {
+  echo "the demo failed: bash scripts/run.sh shows how"
+  failed=$((failed + 1))
+  summary
+  exit 1
+}
 # The Windows DLL, cross-built, and run under Wine after the Linux presets.
 echo "== windows"
 step bash scripts/windows.sh

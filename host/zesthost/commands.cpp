@@ -74,8 +74,10 @@ std::optional<std::uint32_t> shown_target() {
 
 std::string joined(const std::vector<std::string>& words, std::size_t from) {
     std::string text;
-    for (std::size_t i = from; i < words.size(); ++i)
-        text += (i == from ? "" : " ") + words[i];
+    for (std::size_t i = from; i < words.size(); ++i) {
+        if (i != from) text += ' ';
+        text += words[i];
+    }
     return text;
 }
 

@@ -65,18 +65,19 @@ std::string buttons_text(std::uint16_t buttons) {
     std::string text;
     for (int bit = 0; bit < 16; ++bit) {
         if ((buttons & (1u << bit)) != 0 && names[bit] != nullptr) {
-            text += (text.empty() ? "" : " ") + std::string(names[bit]);
+            if (!text.empty()) text += ' ';
+            text += names[bit];
         }
     }
     return text.empty() ? "none" : text;
 }
 
 std::string pad_state_text(const zestsim::PadState& state) {
-    char sticks[96];
-    std::snprintf(sticks, sizeof sticks, "triggers %u %u, sticks %d %d %d %d", state.left_trigger,
-                  state.right_trigger, state.thumb_lx, state.thumb_ly, state.thumb_rx,
-                  state.thumb_ry);
-    return "buttons " + buttons_text(state.buttons) + ", " + sticks;
+    char text[256];
+    std::snprintf(text, sizeof text, "buttons %s, triggers %u %u, sticks %d %d %d %d",
+                  buttons_text(state.buttons).c_str(), state.left_trigger, state.right_trigger,
+                  state.thumb_lx, state.thumb_ly, state.thumb_rx, state.thumb_ry);
+    return text;
 }
 
 }  // namespace
