@@ -4,7 +4,7 @@
 # zestdeck.exe and the Windows suite (the windows preset). As root on Debian 12.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-cache=${ZEST_WINDOWS_CACHE:-$HOME/.cache/zestworks-windows}
+cache=${ZEST_WINDOWS_CACHE:-${HOME:-/root}/.cache/zestworks-windows}
 export ZEST_WINDOWS_QT=$cache/qt-6.4.2-mingw
 export WINEPREFIX=$cache/wine
 export WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
