@@ -1,5 +1,7 @@
 // What the polling thread costs and how fast it answers:
-//   1. CPU time of one steady tick: 4 connected pads of 23 attributes, 4 writers;
+//   1. CPU time of one tick: 4 connected pads of 23 attributes, 4 writers, with nothing
+//      changing and with every pad's sticks and first button changing on every tick while the
+//      main thread delivers as fast as it can;
 //   2. the polling thread's CPU share at rate 1000 on the real timer;
 //   3. latency from a button flip in the backend to Gamepad::attribute_changed on the main
 //      thread, at rate 1000;
@@ -45,6 +47,7 @@ std::int64_t thread_cpu_ns() {
 class BenchBackend : public testsupport::ListBackend {
 public:
     std::atomic<bool> pressed{false};
+    bool changing = false;  // set before the thread starts
     std::atomic<std::int64_t> cpu_ns{0};
     std::vector<std::int64_t> wakeups;  // polling thread only, while `stamping`
     bool stamping = false;
@@ -63,6 +66,14 @@ public:
         for (std::size_t a = 0; a < state.values.size(); ++a) {
             state.values[a] = AttributeValue::make_button(false);
         }
+        if (changing) {
+            const std::size_t tick = reads_[pad]++;
+            state.values[0] = AttributeValue::make_button(tick % 2 == 1);
+            const double x = static_cast<double>(tick % 1000) / 1000.0;
+            for (std::size_t a = 19; a < 21 && a < state.values.size(); ++a) {
+                state.values[a] = AttributeValue::make_stick({0.0, x, -x});
+            }
+        }
         if (pad == 0) {
             state.values[0] = AttributeValue::make_button(pressed.load());
             cpu_ns.store(thread_cpu_ns());
@@ -73,6 +84,9 @@ public:
         return {};
     }
     void write_gamepad(std::size_t, const GamepadState&) override {}
+
+private:
+    std::size_t reads_[4] = {};  // polling thread only
 };
 
 // Never sleeps until `limit` ticks have run, then waits for the event like a paused thread.
@@ -99,6 +113,10 @@ public:
         std::unique_lock lock(mutex_);
         changed_.wait(lock, [&] { return done_; });
     }
+    bool done() {
+        std::lock_guard lock(mutex_);
+        return done_;
+    }
 
 private:
     const int limit_;
@@ -109,9 +127,10 @@ private:
     bool event_ = false;
 };
 
-void steady_tick_cost() {
+void tick_cost(bool changing) {
     constexpr int ticks = 200'000;
     BenchBackend backend;
+    backend.changing = changing;
     auto source = std::make_unique<FreeRunningTicks>(ticks);
     FreeRunningTicks* free_running = source.get();
     ReadThread thread(&backend, std::move(source));
@@ -122,11 +141,16 @@ void steady_tick_cost() {
     }
     thread.start();
     const std::int64_t start_wall = platform::monotonic_now_ns();
+    if (changing) {
+        while (!free_running->done())
+            QCoreApplication::processEvents();
+    }
     free_running->wait_done();
     const double wall = static_cast<double>(platform::monotonic_now_ns() - start_wall);
     const double cpu = static_cast<double>(backend.cpu_ns.load());
-    std::printf("steady tick, 4 pads x 23 attributes, 4 writers: %.0f ns CPU, %.0f ns wall\n",
-                cpu / ticks, wall / ticks);
+    std::printf("%s tick, 4 pads x 23 attributes, 4 writers: %.0f ns CPU, %.0f ns wall\n",
+                changing ? "changing" : "steady", cpu / ticks, wall / ticks);
+    QCoreApplication::processEvents();  // what is still queued for the main thread
 }
 
 std::int64_t percentile(std::vector<std::int64_t> values, double p) {
@@ -208,7 +232,8 @@ void live_thread_figures() {
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
-    gamepad::steady_tick_cost();
+    gamepad::tick_cost(false);
+    gamepad::tick_cost(true);
     gamepad::live_thread_figures();
     return 0;
 }
