@@ -12,12 +12,13 @@ void BM_StatePublishCollect(benchmark::State& run) {
     double value = 0.0;
     for (auto _ : run) {
         working.values[17] = AttributeValue::make_trigger(value += 1.0);
-        publish(exchange.state_channel, [&](GamepadState& record) {
-            record.is_connected = working.is_connected;
-            record.values = working.values;
-        });
-        collect(exchange.state_channel, exchange.state_view);
-        benchmark::DoNotOptimize(exchange.state_view.record.get());
+        GamepadPublication& record = exchange.channel.back();
+        record.state.is_connected = working.is_connected;
+        record.state.values = working.values;
+        record.transitions = exchange.transitions;
+        exchange.channel.publish();
+        exchange.channel.collect();
+        benchmark::DoNotOptimize(exchange.channel.view());
     }
 }
 BENCHMARK(BM_StatePublishCollect);
@@ -30,9 +31,10 @@ void BM_MetadataPublishCollect(benchmark::State& run) {
             {QByteArray::number(i), "label", AttributeType::Button, AttributeDirection::Input});
     }
     for (auto _ : run) {
-        publish(exchange.metadata_channel, [&](GamepadMetadata& record) { record = working; });
-        collect(exchange.metadata_channel, exchange.metadata_view);
-        benchmark::DoNotOptimize(exchange.metadata_view.record.get());
+        exchange.channel.back().metadata = working;
+        exchange.channel.publish();
+        exchange.channel.collect();
+        benchmark::DoNotOptimize(exchange.channel.view());
     }
 }
 BENCHMARK(BM_MetadataPublishCollect);

@@ -1,20 +1,40 @@
 #pragma once
 
+#include <atomic>
+#include <cstdint>
+
+#include "gamepad/button_transitions.h"
+#include "gamepad/gamepad_delivery.h"
+#include "gamepad/gamepad_publication.h"
 #include "gamepad/gamepad_records.h"
 #include "gamepad/publication_channel.h"
 
 namespace gamepad {
 
-// Per pad: what the main thread reads, what the polling thread works on, and the two channels
-// between them. Each plain field belongs to the one side named beside it.
+// Per pad: what the polling thread works on, the channel towards the main thread, and what the
+// main thread has told its users. Each plain field belongs to the one side named beside it.
 struct GamepadExchange {
-    RecordLease<GamepadMetadata> metadata_view;  // main thread
-    RecordLease<GamepadState> state_view;        // main thread
-    bool metadata_changed = false;               // polling thread
-    GamepadMetadata metadata;                    // polling thread: the working copy
-    GamepadState state;                          // polling thread: as of the last publish step
-    PublicationChannel<GamepadMetadata> metadata_channel;
-    PublicationChannel<GamepadState> state_channel;
+    bool metadata_changed = false;          // polling thread
+    std::uint64_t metadata_generation = 0;  // polling thread: counts the metadata changes
+    GamepadMetadata metadata;               // polling thread: the working copy
+    GamepadState state;                     // polling thread: as of the last publish step
+    ButtonTransitions transitions;          // polling thread
+    PublicationChannel<GamepadPublication> channel;
+    // Polling thread sets it (exchange) when it posts a delivery; the main thread clears it
+    // (store) before it collects. So one delivery at most waits per pad, however long the main
+    // thread is held up, and none is missed.
+    std::atomic<bool> delivery_pending{false};
+    GamepadDelivery delivery;  // main thread
+
+    // Main thread: the views, null before the first delivery.
+    const GamepadMetadata* metadata_view() const {
+        const GamepadPublication* view = channel.view();
+        return view != nullptr ? &view->metadata : nullptr;
+    }
+    const GamepadState* state_view() const {
+        const GamepadPublication* view = channel.view();
+        return view != nullptr ? &view->state : nullptr;
+    }
 };
 
 }  // namespace gamepad

@@ -10,11 +10,11 @@ Game::GamepadImpl::GamepadImpl(ReadThread* read_thread, std::size_t gamepad_inde
     : read_thread_(read_thread), gamepad_index_(gamepad_index) {}
 
 const GamepadMetadata* Game::GamepadImpl::metadata() const {
-    return read_thread_->exchange(gamepad_index_).metadata_view.record.get();
+    return read_thread_->exchange(gamepad_index_).metadata_view();
 }
 
 const GamepadState* Game::GamepadImpl::state() const {
-    return read_thread_->exchange(gamepad_index_).state_view.record.get();
+    return read_thread_->exchange(gamepad_index_).state_view();
 }
 
 const GamepadAttribute* Game::GamepadImpl::attribute_at(std::size_t attribute) const {

@@ -1,5 +1,6 @@
 #include "gamepad/read_thread.h"
 
+#include <QCoreApplication>
 #include <QMessageLogger>
 
 #include <algorithm>
@@ -11,6 +12,12 @@
 #include "platform/tick_timer.h"
 
 namespace gamepad {
+namespace {
+
+// The subject of the delivery that follows a tick in which any pad's metadata changed.
+constexpr std::size_t any_metadata = static_cast<std::size_t>(-1);
+
+}  // namespace
 
 std::int32_t armable_rate(std::int32_t rate) noexcept {
     return rate == 0 ? 1 : rate;
@@ -26,10 +33,11 @@ ReadThread::ReadThread(Backend* backend, std::unique_ptr<platform::TickSource> t
       backend_(backend),
       input_states_(gamepad_count_),
       output_states_(gamepad_count_),
-      gamepads_(gamepad_count_) {
+      gamepads_(gamepad_count_),
+      delivery_slot_count_(2 * (gamepad_count_ + 1)),
+      delivery_slots_(std::make_unique<DeliveryEvent::Slot[]>(delivery_slot_count_)) {
     control_->ticks = ticks ? std::move(ticks) : std::make_unique<platform::TickTimer>();
-    connect(this, &ReadThread::gamepad_changed, this, &ReadThread::collect_publication,
-            Qt::QueuedConnection);
+    DeliveryEvent::event_type();  // registered here rather than on the polling thread
 }
 
 ReadThread::~ReadThread() {
@@ -38,6 +46,8 @@ ReadThread::~ReadThread() {
     wait();
     // Pairs with the thread's last store: Qt's join is invisible to race detectors, this isn't.
     control_->state.load();
+    // Deliveries still queued live in slots that go with this object, before QObject's end.
+    QCoreApplication::removePostedEvents(this, DeliveryEvent::event_type());
 }
 
 std::uint64_t ReadThread::add_writer(std::unique_ptr<Writer> writer) {
@@ -50,11 +60,54 @@ void ReadThread::push_command(Command command) {
     commands_.push(std::move(command));
 }
 
+bool ReadThread::event(QEvent* event) {
+    if (event->type() != DeliveryEvent::event_type()) return QThread::event(event);
+    const std::size_t subject = static_cast<DeliveryEvent*>(event)->subject();
+    if (subject == any_metadata) {
+        deliver_any_metadata();
+    } else {
+        collect_publication(subject);
+    }
+    return true;
+}
+
 void ReadThread::collect_publication(std::size_t gamepad) {
     if (gamepad >= gamepad_count_) return;
     GamepadExchange& exchange = gamepads_[gamepad];
-    collect(exchange.metadata_channel, exchange.metadata_view);
-    collect(exchange.state_channel, exchange.state_view);
+    exchange.delivery_pending.store(false);
+    GamepadDelivery& delivery = exchange.delivery;
+    if (delivery.delivering) {
+        // A user's nested event loop: the view must not move under the delivery that runs, so
+        // that one collects again when it is done.
+        delivery.again = true;
+        return;
+    }
+    delivery.delivering = true;
+    do {
+        delivery.again = false;
+        if (!exchange.channel.collect()) break;
+        deliver(gamepad, exchange);
+    } while (delivery.again);
+    delivery.delivering = false;
+}
+
+void ReadThread::deliver(std::size_t gamepad, GamepadExchange& exchange) {
+    GamepadPublication& view = *exchange.channel.view();
+    GamepadDelivery& delivery = exchange.delivery;
+    Q_EMIT gamepad_changed(gamepad);
+    if (delivery.take_metadata(view)) Q_EMIT gamepad_metadata_changed(gamepad);
+    if (delivery.take_connection(view)) Q_EMIT gamepad_is_connected_changed(gamepad);
+    delivery.replay(view, [&](std::size_t a) { Q_EMIT gamepad_attribute_changed(gamepad, a); });
+}
+
+void ReadThread::deliver_any_metadata() {
+    any_metadata_pending_.store(false);
+    Q_EMIT gamepad_any_metadata_changed();
+}
+
+void ReadThread::post_delivery(std::size_t subject) {
+    QCoreApplication::postEvent(
+        this, DeliveryEvent::make(delivery_slots_.get(), delivery_slot_count_, subject));
 }
 
 void ReadThread::run() {
@@ -122,7 +175,7 @@ void ReadThread::tick() {
     run_writers(any_metadata_changed);
     for (std::size_t i = 0; i < gamepad_count_; ++i)
         publish_gamepad(i);
-    if (any_metadata_changed) Q_EMIT gamepad_any_metadata_changed();
+    if (any_metadata_changed && !any_metadata_pending_.exchange(true)) post_delivery(any_metadata);
 }
 
 void ReadThread::run_writers(bool any_metadata_changed) {
@@ -164,33 +217,36 @@ void ReadThread::publish_gamepad(std::size_t gamepad) {
     GamepadExchange& e = gamepads_[gamepad];
     const GamepadState& input = input_states_[gamepad];
     backend_->write_gamepad(gamepad, output_states_[gamepad]);
+    if (e.metadata_changed) {
+        ++e.metadata_generation;
+        e.transitions.forget();  // their positions belong to the old metadata
+    }
+    bool values_changed = false;
     const std::size_t count =
         std::min({e.metadata.attributes.size(), e.state.values.size(), input.values.size()});
     for (std::size_t a = 0; a < count; ++a) {
-        const bool changed = attribute_value_changed(e.metadata.attributes[a].type,
-                                                     e.state.values[a], input.values[a]);
+        const AttributeType type = e.metadata.attributes[a].type;
+        if (attribute_value_changed(type, e.state.values[a], input.values[a])) {
+            values_changed = true;
+            if (type == AttributeType::Button) e.transitions.record(a, input.values[a].as_button());
+        }
         e.state.values[a] = input.values[a];
-        if (changed) changed_attributes_.push_back(a);
     }
-    const bool was_connected = e.state.is_connected;
+    const bool connection_changed = e.state.is_connected != input.is_connected;
     e.state.is_connected = input.is_connected;
-    const bool connection_changed = was_connected != input.is_connected;
 
-    if (e.metadata_changed) {
-        publish(e.metadata_channel, [&](GamepadMetadata& record) { record = e.metadata; });
+    if (connection_changed || e.metadata_changed || values_changed) {
+        GamepadPublication& record = e.channel.back();
+        if (record.metadata_generation != e.metadata_generation) {
+            record.metadata = e.metadata;
+            record.metadata_generation = e.metadata_generation;
+        }
+        record.state.is_connected = input.is_connected;
+        record.state.values = input.values;
+        record.transitions = e.transitions;
+        e.channel.publish();
+        if (!e.delivery_pending.exchange(true)) post_delivery(gamepad);
     }
-    if (connection_changed || e.metadata_changed || !changed_attributes_.empty()) {
-        publish(e.state_channel, [&](GamepadState& record) {
-            record.is_connected = input.is_connected;
-            record.values = input.values;
-        });
-        Q_EMIT gamepad_changed(gamepad);
-    }
-    if (e.metadata_changed) Q_EMIT gamepad_metadata_changed(gamepad);
-    if (connection_changed) Q_EMIT gamepad_is_connected_changed(gamepad);
-    for (const std::size_t a : changed_attributes_)
-        Q_EMIT gamepad_attribute_changed(gamepad, a);
-    changed_attributes_.clear();
     e.metadata_changed = false;
 }
 
@@ -210,8 +266,6 @@ void ReadThread::refresh_metadata(std::size_t gamepad, GamepadExchange& e) {
         attribute.label = backend_->attribute_label(gamepad, a);
         e.state.values[a] = carried.value_for(attribute.id);
     }
-    // Room for every attribute to change at once, so that a publish step never allocates.
-    changed_attributes_.reserve(count);
 }
 
 }  // namespace gamepad

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "gamepad/command_queue.h"
+#include "gamepad/delivery_event.h"
 #include "gamepad/gamepad_exchange.h"
 #include "gamepad/read_thread_control.h"
 
@@ -18,8 +19,11 @@ class Backend;
 
 // The polling thread. The object lives on the main thread; run() is the thread, which has no
 // event loop. Each tick it runs the commands, reads every pad, lets the writers override what
-// goes out, writes to the devices, and publishes what the pads reported if it changed. Its
-// signals are emitted on the polling thread and reach the main thread queued.
+// goes out, writes to the devices, and publishes what the pads reported if it changed. It then
+// posts one delivery per pad with news, unless one is still waiting: however long the main
+// thread is held up, what waits for it stays bounded by the number of pads. The deliveries run
+// on the main thread and emit the pads' signals there; the attach signals are emitted on the
+// polling thread and reach the main thread queued.
 class ReadThread : public QThread {
     Q_OBJECT
 
@@ -36,9 +40,11 @@ public:
     std::uint64_t add_writer(std::unique_ptr<Writer> writer);
     // Main thread.
     void push_command(Command command);
-    // Main thread, on gamepad_changed: brings what was published for the pad into its views.
+    // Main thread, on the pad's delivery: brings what was published for the pad into its views
+    // and tells what changed since the last delivery through the signals, button transitions
+    // in order, each with its own value.
     void collect_publication(std::size_t gamepad);
-    // Main thread: the pad's views. Only the two views may be read from there.
+    // Main thread: the pad's views. Only the views may be read from there.
     const GamepadExchange& exchange(std::size_t gamepad) const { return gamepads_[gamepad]; }
 
 Q_SIGNALS:
@@ -52,6 +58,8 @@ Q_SIGNALS:
 
 protected:
     void run() override;
+    // Main thread: the deliveries.
+    bool event(QEvent* event) override;
 
 private:
     struct WriterEntry {
@@ -66,18 +74,27 @@ private:
     void run_writers(bool any_metadata_changed);
     void publish_gamepad(std::size_t gamepad);
     void refresh_metadata(std::size_t gamepad, GamepadExchange& exchange);
+    // Polling thread: posts a delivery for a pad, or for the metadata of the tick.
+    void post_delivery(std::size_t subject);
+    // Main thread.
+    void deliver(std::size_t gamepad, GamepadExchange& exchange);
+    void deliver_any_metadata();
 
     std::unique_ptr<ReadThreadControl> control_;
     std::size_t gamepad_count_;
     std::uint64_t next_writer_id_ = 1;  // main thread; 0 means no writer
     Backend* backend_;
-    std::vector<std::size_t> changed_attributes_;
     std::vector<GamepadState> input_states_;
     std::vector<GamepadState> output_states_;
     std::vector<WriterEntry> writers_;
     QElapsedTimer refresh_timer_;
     std::vector<GamepadExchange> gamepads_;
     CommandQueue commands_;
+    // Polling thread sets it (exchange) when it posts the tick's metadata news; the main thread
+    // clears it (store) when that delivery runs.
+    std::atomic<bool> any_metadata_pending_{false};
+    std::size_t delivery_slot_count_;
+    std::unique_ptr<DeliveryEvent::Slot[]> delivery_slots_;
 };
 
 }  // namespace gamepad

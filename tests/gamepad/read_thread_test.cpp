@@ -2,7 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <limits>
+#include <random>
 
 #include "core_fixture.h"
 #include "gamepad/constant_writer.h"
@@ -48,23 +50,23 @@ TEST_F(ReadThreadTest, FirstTickPublishesEveryPadAndLaterTicksOnlyWhatChanged) {
     QObject::connect(
         thread.get(), &ReadThread::gamepad_metadata_changed, log.get(), [&](std::size_t i) {
             if (i == 0) {
-                pad1_empty_at_metadata0 = thread->exchange(0).metadata_view.record != nullptr &&
-                                          thread->exchange(1).metadata_view.record == nullptr;
+                pad1_empty_at_metadata0 = thread->exchange(0).metadata_view() != nullptr &&
+                                          thread->exchange(1).metadata_view() == nullptr;
             }
         });
     step();
     EXPECT_THAT(log->take(), ElementsAre("changed 0", "metadata 0", "connected 0", "attribute 0 0",
                                          "changed 1", "metadata 1", "any"));
     EXPECT_TRUE(pad1_empty_at_metadata0);
-    const GamepadState& state1 = *thread->exchange(1).state_view.record;
+    const GamepadState& state1 = *thread->exchange(1).state_view();
     EXPECT_FALSE(state1.is_connected);
     EXPECT_EQ(state1.values.size(), 3u);
-    EXPECT_EQ(thread->exchange(0).metadata_view.record->attributes[2].label, "label s");
+    EXPECT_EQ(thread->exchange(0).metadata_view()->attributes[2].label, "label s");
 
     set_values(0, [](ScriptedPad& p) { p.values[0] = AttributeValue::make_button(false); });
     step();
     EXPECT_THAT(log->take(), ElementsAre("changed 0", "attribute 0 0"));
-    EXPECT_FALSE(thread->exchange(0).state_view.record->values[0].as_button());
+    EXPECT_FALSE(thread->exchange(0).state_view()->values[0].as_button());
 
     set_values(1, [](ScriptedPad& p) {
         p.connected = true;
@@ -103,10 +105,10 @@ TEST_F(ReadThreadTest, AMetadataChangeCarriesValuesOverByIdAndIsLogged) {
     EXPECT_THAT(
         messages,
         ElementsAre(QStringLiteral("Gamepad: updated metadata of gamepad 0 with 4 attributes")));
-    const GamepadMetadata& metadata = *thread->exchange(0).metadata_view.record;
+    const GamepadMetadata& metadata = *thread->exchange(0).metadata_view();
     ASSERT_EQ(metadata.attributes.size(), 4u);
     EXPECT_EQ(metadata.attributes[0].id, "t");
-    EXPECT_EQ(thread->exchange(0).state_view.record->values[0].as_trigger(), 0.5);
+    EXPECT_EQ(thread->exchange(0).state_view()->values[0].as_trigger(), 0.5);
 }
 
 TEST_F(ReadThreadTest, BackendCallsComeInTickOrderFromThePollingThread) {
@@ -225,6 +227,108 @@ TEST_F(ReadThreadTest, SteadyTicksAllocatePublishAndEmitNothing) {
     deliver();
     EXPECT_THAT(log->take(), IsEmpty());
     EXPECT_EQ(backend->written(3).values[1].as_trigger(), 0.5);  // the first "t"
+}
+
+// A main thread held up for many ticks while pad 0's button and stick move: every press and
+// release that fits the record reaches the users once, in order, with its own value; a longer
+// burst never doubles or inverts one; the state ends right; one delivery runs per hold.
+TEST_F(ReadThreadTest, AHeldMainThreadGetsEveryButtonTransitionOnceInOrderWithItsOwnValue) {
+    const unsigned seed = std::random_device{}();
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    std::mt19937 random(seed);
+    start({pad_with(three_rows)});
+    step();
+    log->take();
+    std::vector<bool> told;  // what a press or release node would see, as ButtonEventNode reads it
+    QObject::connect(
+        thread.get(), &ReadThread::gamepad_attribute_changed, log.get(),
+        [&](std::size_t, std::size_t a) {
+            if (a == 0) told.push_back(thread->exchange(0).state_view()->values[0].as_button());
+        });
+    bool pressed = false;
+    double x = 0.0;
+    const std::vector<std::vector<bool>> scripted = {
+        {true, false, true}, {false}, {true, true, false, true}};
+    for (int hold = 0; hold < 40; ++hold) {
+        std::vector<bool> values;
+        if (hold < static_cast<int>(scripted.size())) {
+            values = scripted[static_cast<std::size_t>(hold)];
+        } else {
+            values.resize(1 + random() % (2 * ButtonTransitions::capacity + 10));
+            bool next = pressed;
+            for (std::size_t t = 0; t < values.size(); ++t)
+                values[t] = next = random() % 3 == 0 ? !next : next;
+        }
+        std::vector<bool> transitions;
+        const bool before = pressed;
+        for (const bool value : values) {
+            if (value != pressed) transitions.push_back(value);
+            pressed = value;
+            x += 0.0001;  // never back where a hold began
+            set_values(0, [&](ScriptedPad& p) {
+                p.values[0] = AttributeValue::make_button(value);
+                p.values[2] = AttributeValue::make_stick({0.0, x, 0.0});
+            });
+            ASSERT_TRUE(ticks->step());
+        }
+        told.clear();
+        deliver();
+        const std::vector<std::string> signals = log->take();
+        ASSERT_EQ(std::count(signals.begin(), signals.end(), "changed 0"), 1);
+        EXPECT_EQ(std::count(signals.begin(), signals.end(), "attribute 0 2"), 1);
+        if (transitions.size() < ButtonTransitions::capacity) {
+            EXPECT_EQ(told, transitions) << "hold " << hold;
+        } else {
+            // Strictly alternating from what was told before, ending on the final value.
+            for (std::size_t i = 0; i < told.size(); ++i)
+                ASSERT_EQ(told[i], i % 2 == 0 ? !before : before) << "hold " << hold;
+            EXPECT_EQ(told.empty() ? before : told.back(), pressed);
+        }
+        EXPECT_EQ(thread->exchange(0).state_view()->values[0].as_button(), pressed);
+    }
+}
+
+// Sticks moving on every tick while the main thread collects every 1st, 2nd, 3rd or 8th
+// publication, or none for the whole run: the polling thread allocates nothing, and what waits
+// for the main thread is one delivery however long it was held up.
+TEST_F(ReadThreadTest, ThePollingThreadAllocatesNothingHoweverTheDeliveriesLag) {
+    std::vector<AttributeInfo> rows;
+    for (int i = 0; i < 23; ++i)
+        rows.push_back(three_rows[static_cast<std::size_t>(i % 3)]);
+    start({pad_with(rows), pad_with(rows), pad_with(rows), pad_with(rows)}, 1000);
+    step();
+    const std::thread::id polling = backend->calls().back().thread;
+    backend->set_recording(false);
+    int tick = 0;
+    const auto move_every_pad = [&] {
+        ++tick;
+        backend->edit([&](std::vector<ScriptedPad>& pads) {
+            for (ScriptedPad& pad : pads) {
+                pad.values[0] = AttributeValue::make_button(tick % 2 == 0);
+                pad.values[2] = AttributeValue::make_stick({0.0, (tick % 100) / 100.0, 0.0});
+            }
+        });
+    };
+    for (int i = 0; i < 8; ++i) {  // warm: every record has seen every size
+        move_every_pad();
+        step();
+    }
+    log->take();
+    constexpr int ticks_per_run = 10000;
+    for (const int every : {1, 2, 3, 8, ticks_per_run}) {
+        testsupport::AllocationCounter allocations(polling);
+        for (int i = 1; i <= ticks_per_run; ++i) {
+            move_every_pad();
+            ASSERT_TRUE(ticks->step());
+            if (i % every == 0) deliver();
+        }
+        if (testsupport::AllocationCounter::supported()) {
+            EXPECT_EQ(allocations.count(), 0u) << "every " << every;
+        }
+        const std::vector<std::string> signals = log->take();
+        EXPECT_EQ(std::count(signals.begin(), signals.end(), "changed 3"), ticks_per_run / every)
+            << "every " << every;
+    }
 }
 
 TEST_F(ReadThreadTest, AnyRateArmsAWholeMillisecondPeriodAndNeverStalls) {

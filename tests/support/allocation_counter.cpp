@@ -8,6 +8,8 @@ namespace {
 thread_local std::size_t* active_count = nullptr;
 std::atomic<bool> counting_all{false};
 std::atomic<std::size_t> all_count{0};
+std::atomic<std::thread::id> counted_thread{};
+std::atomic<std::size_t> thread_count{0};
 }  // namespace
 
 namespace testsupport {
@@ -21,8 +23,15 @@ AllocationCounter::AllocationCounter(AllThreads) : all_threads_(true) {
     counting_all = true;
 }
 
+AllocationCounter::AllocationCounter(std::thread::id thread) : one_thread_(true) {
+    thread_count = 0;
+    counted_thread = thread;
+}
+
 AllocationCounter::~AllocationCounter() {
-    if (all_threads_) {
+    if (one_thread_) {
+        counted_thread = std::thread::id();
+    } else if (all_threads_) {
         counting_all = false;
     } else {
         active_count = outer_;
@@ -30,6 +39,7 @@ AllocationCounter::~AllocationCounter() {
 }
 
 std::size_t AllocationCounter::count() const {
+    if (one_thread_) return thread_count.load();
     return all_threads_ ? all_count.load() : count_;
 }
 
@@ -53,6 +63,9 @@ bool AllocationCounter::supported() {
 void* operator new(std::size_t size) {
     if (active_count != nullptr) ++*active_count;
     if (counting_all.load(std::memory_order_relaxed)) all_count.fetch_add(1);
+    if (counted_thread.load(std::memory_order_relaxed) == std::this_thread::get_id()) {
+        thread_count.fetch_add(1);
+    }
     if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
     throw std::bad_alloc();
 }

@@ -1,11 +1,12 @@
 #pragma once
 
 #include <cstddef>
+#include <thread>
 
 namespace testsupport {
 
 // Counts the calls of the global operator new that this thread (or, with `all_threads`, any
-// thread) makes while the counter lives.
+// thread, or the one thread given) makes while the counter lives.
 // Linking allocation_counter.cpp replaces operator new and delete in the whole test binary.
 // Qt's containers allocate with malloc and are not seen; std containers are.
 //
@@ -21,6 +22,7 @@ public:
 
     AllocationCounter();
     explicit AllocationCounter(AllThreads);
+    explicit AllocationCounter(std::thread::id thread);
     ~AllocationCounter();
     AllocationCounter(const AllocationCounter&) = delete;
     AllocationCounter& operator=(const AllocationCounter&) = delete;
@@ -29,6 +31,7 @@ public:
 
 private:
     bool all_threads_ = false;
+    bool one_thread_ = false;
     std::size_t count_ = 0;
     std::size_t* outer_ = nullptr;
 };

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QEvent>
+
+#include <atomic>
+#include <cstddef>
+#include <memory>
+
+namespace gamepad {
+
+// The polling thread's note to the main thread that a pad, or the metadata of the tick, has
+// news. It is a posted event rather than a queued signal so that it can live in a slot made
+// once: posting one allocates nothing, and Qt's delete after the delivery only hands the slot
+// back. At most two notes per pad are alive at once (one queued, one being delivered); only a
+// delivery that a nested event loop holds up can need more, and those come from the heap.
+class DeliveryEvent : public QEvent {
+public:
+    // Room for one note.
+    struct Slot {
+        alignas(QEvent) unsigned char storage[sizeof(QEvent) + sizeof(std::size_t)];
+        // Polling thread takes it (exchange); Qt's delete on the main thread gives it back
+        // (store), after the note is destroyed.
+        std::atomic<bool> taken{false};
+        bool on_heap = false;
+    };
+
+    static QEvent::Type event_type();
+
+    // Any thread. A note about `subject` in a free one of `slots`, or on the heap if none is.
+    static DeliveryEvent* make(Slot* slots, std::size_t slot_count, std::size_t subject);
+
+    std::size_t subject() const { return subject_; }
+
+    static void operator delete(void* memory) noexcept;
+    static void operator delete(void* memory, Slot* slot) noexcept;
+
+private:
+    explicit DeliveryEvent(std::size_t subject) : QEvent(event_type()), subject_(subject) {}
+    static void* operator new(std::size_t size, Slot* slot) noexcept;
+
+    std::size_t subject_;
+};
+
+}  // namespace gamepad
