@@ -288,6 +288,31 @@ TEST_F(ReadThreadTest, AHeldMainThreadGetsEveryButtonTransitionOnceInOrderWithIt
     }
 }
 
+// A user that runs a nested event loop inside a delivery, as a host showing a dialog does, keeps
+// the view it was given; what came meanwhile is told once that delivery is over, in order.
+TEST_F(ReadThreadTest, ANestedEventLoopInADeliveryDefersWhatCameMeanwhile) {
+    start({pad_with(three_rows)});
+    step();
+    std::vector<bool> told;
+    const auto button = [&] { return thread->exchange(0).state_view()->values[0].as_button(); };
+    const auto press = [&](bool pressed) {
+        set_values(0, [&](ScriptedPad& p) { p.values[0] = AttributeValue::make_button(pressed); });
+        EXPECT_TRUE(ticks->step());
+    };
+    QObject::connect(thread.get(), &ReadThread::gamepad_attribute_changed, log.get(),
+                     [&](std::size_t, std::size_t) {
+                         told.push_back(button());
+                         if (told.size() != 1) return;
+                         press(false);
+                         press(true);
+                         deliver();
+                         told.push_back(button());
+                     });
+    press(true);
+    deliver();
+    EXPECT_THAT(told, ElementsAre(true, true, false, true));
+}
+
 // Sticks moving on every tick while the main thread collects every 1st, 2nd, 3rd or 8th
 // publication, or none for the whole run: the polling thread allocates nothing, and what waits
 // for the main thread is one delivery however long it was held up.

@@ -75,6 +75,14 @@ TEST_F(ButtonEventNodeTest, PressAndReleaseNodesFireOnTheirOwnTransitionsOnly) {
     zestsim::press(1, button_a, true);
     ASSERT_TRUE(eventually([&] { return events(*press) == 2; }));
     EXPECT_EQ(events(*release), 1u);
+
+    // A host busy over several ticks still hears each transition once, as what it was.
+    for (const bool pressed : {false, true, false}) {
+        zestsim::press(1, button_a, pressed);
+        await_reads(1, true);
+    }
+    ASSERT_TRUE(eventually([&] { return events(*release) == 3; }));
+    EXPECT_EQ(events(*press), 3u);
     EXPECT_THAT(press->node.parent_sink().posted(), IsEmpty());
     EXPECT_EQ(hostkit::live_event_count(), 0u);
 }

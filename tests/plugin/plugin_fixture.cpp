@@ -75,9 +75,10 @@ void PluginTest::select_attribute(HostNode& node, int pad, const std::string& la
     node.build();
 }
 
-void PluginTest::await_reads(std::size_t pad) {
+void PluginTest::await_reads(std::size_t pad, bool held) {
     const std::uint64_t before = zestsim::calls("XInputGetState", pad);
-    ASSERT_TRUE(eventually([&] { return zestsim::calls("XInputGetState", pad) >= before + 2; }));
+    ASSERT_TRUE(
+        eventually([&] { return zestsim::calls("XInputGetState", pad) >= before + 2; }, held));
 }
 
 std::vector<std::string> PluginTest::label_texts(const hostkit::Panel& panel) {

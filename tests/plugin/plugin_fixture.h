@@ -40,7 +40,7 @@ protected:
     // Chooses a pad, then the attribute of that label, as a user would in two passes.
     static void select_attribute(HostNode& node, int pad, const std::string& label);
     // Lets the polling thread read the pad twice, so that a change isn't merged with the next.
-    static void await_reads(std::size_t pad);
+    static void await_reads(std::size_t pad, bool held = false);
     // The texts of the labels of the last pass, in order.
     static std::vector<std::string> label_texts(const hostkit::Panel& panel);
 

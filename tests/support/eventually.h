@@ -6,12 +6,13 @@
 
 // Runs the main thread's event loop until `done`, for a few seconds at most. What the polling
 // thread queues for the main thread is delivered meanwhile.
+// With `held`, the main thread is held up as a busy host's is, and nothing is delivered.
 template <typename Done>
-bool eventually(Done done) {
+bool eventually(Done done, bool held = false) {
     QElapsedTimer clock;
     clock.start();
     while (!done() && clock.elapsed() < 5000) {
-        QCoreApplication::processEvents();
+        if (!held) QCoreApplication::processEvents();
         QThread::msleep(2);
     }
     return done();
