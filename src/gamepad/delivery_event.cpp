@@ -24,16 +24,19 @@ void* DeliveryEvent::operator new(std::size_t, Slot* slot) noexcept {
 }
 
 void DeliveryEvent::operator delete(void* memory) noexcept {
-    auto* slot = static_cast<Slot*>(memory);
+    give_back(static_cast<Slot*>(memory));
+}
+
+void DeliveryEvent::operator delete(void*, Slot* slot) noexcept {
+    give_back(slot);
+}
+
+void DeliveryEvent::give_back(Slot* slot) noexcept {
     if (slot->on_heap) {
         delete slot;
     } else {
         slot->taken.store(false);
     }
-}
-
-void DeliveryEvent::operator delete(void* memory, Slot*) noexcept {
-    operator delete(memory);
 }
 
 }  // namespace gamepad

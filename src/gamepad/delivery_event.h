@@ -26,7 +26,7 @@ public:
 
     static QEvent::Type event_type();
 
-    // Any thread. A note about `subject` in a free one of `slots`, or on the heap if none is.
+    // Polling thread. A note about `subject` in a free one of `slots`, or on the heap if none is.
     static DeliveryEvent* make(Slot* slots, std::size_t slot_count, std::size_t subject);
 
     std::size_t subject() const { return subject_; }
@@ -37,6 +37,7 @@ public:
 private:
     explicit DeliveryEvent(std::size_t subject) : QEvent(event_type()), subject_(subject) {}
     static void* operator new(std::size_t size, Slot* slot) noexcept;
+    static void give_back(Slot* slot) noexcept;
 
     std::size_t subject_;
 };
