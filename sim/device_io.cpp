@@ -21,6 +21,12 @@ BOOL WINAPI DeviceIoControl(HANDLE hDevice, DWORD dwIoControlCode, LPVOID lpInBu
     overlapped->Internal = status_pending;
     overlapped->InternalHigh = 0;
     if (const auto event = kernel.find<Event>(overlapped->hEvent)) event->set = false;
+    // Failed before it was queued: the request is left as it was marked, pending, and nothing
+    // will ever complete it or set its event.
+    const auto& refusals = Machine::get().bus.refusals;
+    if (const auto refusal = refusals.find(dwIoControlCode); refusal != refusals.end()) {
+        return fail(refusal->second);
+    }
     const PendingRequest request{device, dwIoControlCode, static_cast<BYTE*>(lpOutBuffer),
                                  overlapped, 0};
     const Outcome outcome = handle_request(request, static_cast<const BYTE*>(lpInBuffer),

@@ -83,7 +83,8 @@ struct BusDriver {
     std::chrono::milliseconds late_delay{0};
     std::map<std::uint32_t, Target> targets;  // by serial number
     std::vector<PendingRequest> pending;
-    int delay_ms = 0;  // a slow driver holds every answer back this long
+    int delay_ms = 0;                 // a slow driver holds every answer back this long
+    std::map<DWORD, DWORD> refusals;  // control code -> the error it is refused with at once
     std::uint64_t next_delayed = 0;
 };
 
@@ -91,6 +92,7 @@ struct BusDriver {
 struct Machine {
     std::array<PadSlot, user_count> pads;
     bool fail_capabilities = false;
+    bool refuse_threads = false;
     BusDriver bus;
 
     static Machine& get();
