@@ -213,6 +213,10 @@ void refuse_requests(std::uint32_t code, std::uint32_t error) {
     });
 }
 
+void ignore_cancel(bool ignore) {
+    with_bus([&](detail::BusDriver& bus) { bus.ignore_cancel = ignore; });
+}
+
 void refuse_threads(bool refuse) {
     with_bus([&](detail::BusDriver&) { Machine::get().refuse_threads = refuse; });
 }

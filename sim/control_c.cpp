@@ -57,6 +57,10 @@ void zestsim_refuse_requests(uint32_t code, uint32_t error) {
     zestsim::refuse_requests(code, error);
 }
 
+void zestsim_ignore_cancel(int ignore) {
+    zestsim::ignore_cancel(ignore != 0);
+}
+
 void zestsim_refuse_threads(int refuse) {
     zestsim::refuse_threads(refuse != 0);
 }

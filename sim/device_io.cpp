@@ -73,6 +73,7 @@ BOOL WINAPI CancelIoEx(HANDLE hFile, LPOVERLAPPED lpOverlapped) {
     kernel.count("CancelIoEx");
     const auto device = kernel.find<Device>(hFile);
     if (!device) return fail(ERROR_INVALID_HANDLE);
+    if (Machine::get().bus.ignore_cancel) return TRUE;  // a stuck driver
     const std::size_t cancelled = complete_pending(
         [&](const PendingRequest& r) {
             return r.device == device && (lpOverlapped == nullptr || r.overlapped == lpOverlapped);

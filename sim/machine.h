@@ -83,8 +83,9 @@ struct BusDriver {
     std::chrono::milliseconds late_delay{0};
     std::map<std::uint32_t, Target> targets;  // by serial number
     std::vector<PendingRequest> pending;
-    int delay_ms = 0;                 // a slow driver holds every answer back this long
-    std::map<DWORD, DWORD> refusals;  // control code -> the error it is refused with at once
+    int delay_ms = 0;  // a slow driver holds every answer back this long
+    std::map<DWORD, DWORD> refusals;
+    bool ignore_cancel = false;  // control code -> the error it is refused with at once
     std::uint64_t next_delayed = 0;
 };
 

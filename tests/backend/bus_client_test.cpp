@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <QString>
 
 #include <atomic>
 #include <chrono>
@@ -242,6 +243,31 @@ TEST_F(BusClientTest, ANotificationThreadThatCannotStartFailsItsRegistration) {
     XInputSetState(static_cast<DWORD>(zestsim::target_user(target->serial)), &motors);
     EXPECT_TRUE(eventually([&] { return rumble.calls.load() == 1; }));
     EXPECT_EQ(bus_target_remove(client, target), BUS_OK);
+}
+
+TEST_F(BusClientTest, AStuckDriverHoldsTheWayOutOnlyBrieflyAndTheThreadsFreeTheirRecords) {
+    static int warnings = 0;
+    warnings = 0;
+    const QtMessageHandler previous =
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& text) {
+            warnings += text.startsWith(QLatin1String("Gamepad: the bus driver did not answer"));
+        });
+    ASSERT_EQ(connect(), BUS_OK);
+    target = bus_target_alloc_x360();
+    ASSERT_EQ(bus_target_add(client, target), BUS_OK);
+    ASSERT_EQ(bus_target_register_notification(client, target, on_rumble, nullptr), BUS_OK);
+    ASSERT_TRUE(eventually([] { return zestsim::pending_requests() == 2; }));
+    zestsim::ignore_cancel(true);
+    const auto start = std::chrono::steady_clock::now();
+    bus_target_free(target);
+    bus_client_free(client);
+    target = nullptr;
+    client = nullptr;
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+    EXPECT_EQ(warnings, 2);
+    qInstallMessageHandler(previous);
+    zestsim::reset();  // the driver answers at last: each thread closes its event and its record's
+    EXPECT_TRUE(eventually([] { return zestsim::calls("CloseHandle") == 5; }));
 }
 
 }  // namespace

@@ -241,6 +241,14 @@ TEST_F(BusDriverTest, FaultsForEveryFailureTheClientMustSurvive) {
     zestsim_refuse_requests(unplug, 0);
     EXPECT_EQ(send(device, unplug, request({8, 99}, 8)),
               static_cast<DWORD>(ERROR_INVALID_PARAMETER));  // the driver's own answer
+    zestsim_ignore_cancel(1);
+    Pending stuck{request({72}, 72)};
+    start(device, output, stuck);
+    EXPECT_TRUE(CancelIoEx(device, &stuck.overlapped));
+    EXPECT_EQ(result(device, stuck, false), static_cast<DWORD>(ERROR_IO_INCOMPLETE));
+    zestsim_ignore_cancel(0);
+    EXPECT_TRUE(CancelIoEx(device, &stuck.overlapped));
+    EXPECT_EQ(result(device, stuck, true), static_cast<DWORD>(ERROR_OPERATION_ABORTED));
     zestsim_refuse_threads(1);
     EXPECT_EQ(CreateThread(
                   nullptr, 0, [](LPVOID) -> DWORD { return 0; }, nullptr, 0, nullptr),

@@ -99,6 +99,8 @@ void set_driver_delay(int milliseconds);
 // driver rejects a request before queueing it: the OVERLAPPED stays marked pending and its event
 // is never set.
 void refuse_requests(std::uint32_t code, std::uint32_t error);
+// A stuck driver: CancelIoEx succeeds but cancels nothing.
+void ignore_cancel(bool ignore);
 // CreateThread fails with ERROR_NOT_ENOUGH_MEMORY while set.
 void refuse_threads(bool refuse);
 // When a ready target shows up in XInput: at once, never, or late, at the first XInputGetState
