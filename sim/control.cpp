@@ -203,6 +203,24 @@ void deny_reports(bool deny) {
     with_bus([&](detail::BusDriver& bus) { bus.deny_reports = deny; });
 }
 
+void refuse_requests(std::uint32_t code, std::uint32_t error) {
+    with_bus([&](detail::BusDriver& bus) {
+        if (error == 0) {
+            bus.refusals.erase(code);
+        } else {
+            bus.refusals[code] = error;
+        }
+    });
+}
+
+void ignore_cancel(bool ignore) {
+    with_bus([&](detail::BusDriver& bus) { bus.ignore_cancel = ignore; });
+}
+
+void refuse_threads(bool refuse) {
+    with_bus([&](detail::BusDriver&) { Machine::get().refuse_threads = refuse; });
+}
+
 void set_target_appearance(Appearance appearance, int reads, std::chrono::milliseconds delay) {
     with_bus([&](detail::BusDriver& bus) {
         bus.appearance = appearance;

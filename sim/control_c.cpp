@@ -53,6 +53,18 @@ void zestsim_set_bus_driver(int installed) {
     zestsim::set_bus_driver(installed != 0);
 }
 
+void zestsim_refuse_requests(uint32_t code, uint32_t error) {
+    zestsim::refuse_requests(code, error);
+}
+
+void zestsim_ignore_cancel(int ignore) {
+    zestsim::ignore_cancel(ignore != 0);
+}
+
+void zestsim_refuse_threads(int refuse) {
+    zestsim::refuse_threads(refuse != 0);
+}
+
 int zestsim_target_user(uint32_t serial) {
     return zestsim::target_user(serial);
 }

@@ -21,6 +21,12 @@ BOOL WINAPI DeviceIoControl(HANDLE hDevice, DWORD dwIoControlCode, LPVOID lpInBu
     overlapped->Internal = status_pending;
     overlapped->InternalHigh = 0;
     if (const auto event = kernel.find<Event>(overlapped->hEvent)) event->set = false;
+    // Failed before it was queued: the request is left as it was marked, pending, and nothing
+    // will ever complete it or set its event.
+    const auto& refusals = Machine::get().bus.refusals;
+    if (const auto refusal = refusals.find(dwIoControlCode); refusal != refusals.end()) {
+        return fail(refusal->second);
+    }
     const PendingRequest request{device, dwIoControlCode, static_cast<BYTE*>(lpOutBuffer),
                                  overlapped, 0};
     const Outcome outcome = handle_request(request, static_cast<const BYTE*>(lpInBuffer),
@@ -67,6 +73,7 @@ BOOL WINAPI CancelIoEx(HANDLE hFile, LPOVERLAPPED lpOverlapped) {
     kernel.count("CancelIoEx");
     const auto device = kernel.find<Device>(hFile);
     if (!device) return fail(ERROR_INVALID_HANDLE);
+    if (Machine::get().bus.ignore_cancel) return TRUE;  // a stuck driver
     const std::size_t cancelled = complete_pending(
         [&](const PendingRequest& r) {
             return r.device == device && (lpOverlapped == nullptr || r.overlapped == lpOverlapped);

@@ -84,6 +84,8 @@ struct BusDriver {
     std::map<std::uint32_t, Target> targets;  // by serial number
     std::vector<PendingRequest> pending;
     int delay_ms = 0;  // a slow driver holds every answer back this long
+    std::map<DWORD, DWORD> refusals;
+    bool ignore_cancel = false;  // control code -> the error it is refused with at once
     std::uint64_t next_delayed = 0;
 };
 
@@ -91,6 +93,7 @@ struct BusDriver {
 struct Machine {
     std::array<PadSlot, user_count> pads;
     bool fail_capabilities = false;
+    bool refuse_threads = false;
     BusDriver bus;
 
     static Machine& get();

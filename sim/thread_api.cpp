@@ -3,7 +3,7 @@
 #include <system_error>
 #include <thread>
 
-#include "kernel.h"
+#include "machine.h"
 
 using zestsim::detail::Kernel;
 using zestsim::detail::ThreadObject;
@@ -20,6 +20,10 @@ HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE
         kernel.count("CreateThread");
         if (lpStartAddress == nullptr) {
             zestsim::detail::set_last_error(ERROR_INVALID_PARAMETER);
+            return nullptr;
+        }
+        if (zestsim::detail::Machine::get().refuse_threads) {
+            zestsim::detail::set_last_error(ERROR_NOT_ENOUGH_MEMORY);
             return nullptr;
         }
         handle = kernel.add(thread);

@@ -135,6 +135,7 @@ std::uint32_t ViGEmBackend::attach_target(std::size_t kind, std::size_t& pad) {
         bus_target_free(target);
         return 1;
     }
+    rumble_target_.store(target, std::memory_order_release);  // a rumble during discovery counts
     logger().info("Gamepad: discovering ViGEm target");
     bool update_failed = false;
     const int user = discover(target, update_failed);
@@ -143,14 +144,15 @@ std::uint32_t ViGEmBackend::attach_target(std::size_t kind, std::size_t& pad) {
         logger().warning("Gamepad: could not discover ViGEm target: timed out");
         bus_target_remove(client_, target);
         bus_target_free(target);
+        reset_virtual_pad();
         return 1;
     }
     logger().info("Gamepad: ViGEm target set up successfully as user %i", user);
-    reset_virtual_pad();
+    // No target was attached, so the record is in its zero state but for the motors, which keep
+    // what came during discovery.
     virtual_pad_.kind = kind;
     virtual_pad_.target = target;
     virtual_pad_.user_index = static_cast<std::uint32_t>(user);
-    rumble_target_.store(target, std::memory_order_release);
     pad = static_cast<std::size_t>(user);
     refresh_gamepads();
     return 0;

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
+#include <QString>
 
 #include <atomic>
 #include <chrono>
+#include <ctime>
 #include <thread>
 
 #include "backend/bus/bus_client.h"
@@ -184,6 +186,88 @@ TEST_F(BusClientTest, FreeingEndsEveryThreadAlsoWithATargetStillPlugged) {
         EXPECT_EQ(zestsim::pending_requests(), 0u);
         zestsim::reset();
     }
+}
+
+// A driver that refuses one kind of request at once, as it would one it cannot queue.
+struct Refusal {
+    DWORD code;
+    BusStatus connect, add, remove;
+};
+
+class BusRefusalTest : public BusClientTest, public ::testing::WithParamInterface<Refusal> {};
+
+TEST_P(BusRefusalTest, EveryCallEndsAndTheThreadsStayIdleThroughASecondOfRefusals) {
+    const Refusal& row = GetParam();
+    zestsim::refuse_requests(row.code, ERROR_GEN_FAILURE);
+    EXPECT_EQ(connect(), row.connect);
+    target = bus_target_alloc_x360();
+    EXPECT_EQ(bus_target_add(client, target), row.add);
+    if (row.add == BUS_OK) {
+        EXPECT_EQ(bus_target_register_notification(client, target, on_rumble, nullptr), BUS_OK);
+        EXPECT_EQ(bus_target_update_x360(client, target, {}), BUS_OK);  // a lost report
+    }
+    const std::uint64_t calls = zestsim::ioctl_calls(row.code);
+    const std::clock_t cpu = std::clock();
+    std::this_thread::sleep_for(std::chrono::seconds(1));
+    EXPECT_LT(std::clock() - cpu,
+              CLOCKS_PER_SEC / 4);  // a thread that retries at once takes a core
+    EXPECT_LT(zestsim::ioctl_calls(row.code) - calls, 100u);
+    EXPECT_EQ(bus_target_remove(client, target), row.remove);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    EachControlCode, BusRefusalTest,
+    ::testing::Values(
+        Refusal{BUS_IOCTL_CHECK_VERSION, BUS_ERROR_VERSION_MISMATCH, BUS_ERROR_NOT_FOUND,
+                BUS_ERROR_NOT_FOUND},
+        Refusal{BUS_IOCTL_PLUG_TARGET, BUS_OK, BUS_ERROR_NO_FREE_SLOT, BUS_ERROR_NOT_PLUGGED},
+        Refusal{BUS_IOCTL_WAIT_READY, BUS_OK, BUS_ERROR_NOT_PLUGGED, BUS_ERROR_NOT_PLUGGED},
+        Refusal{BUS_IOCTL_UNPLUG_TARGET, BUS_OK, BUS_OK, BUS_ERROR_REMOVAL_FAILED},
+        Refusal{BUS_IOCTL_SUBMIT_X360_REPORT, BUS_OK, BUS_OK, BUS_OK},
+        Refusal{BUS_IOCTL_AWAIT_X360_NOTIFICATION, BUS_OK, BUS_OK, BUS_OK},
+        Refusal{BUS_IOCTL_AWAIT_OUTPUT, BUS_OK, BUS_OK, BUS_OK}));
+
+TEST_F(BusClientTest, ANotificationThreadThatCannotStartFailsItsRegistration) {
+    ASSERT_EQ(connect(), BUS_OK);
+    target = bus_target_alloc_x360();
+    ASSERT_EQ(bus_target_add(client, target), BUS_OK);
+    const std::uint64_t events = zestsim::calls("CreateEvent");
+    const std::uint64_t closed = zestsim::calls("CloseHandle");
+    zestsim::refuse_threads(true);
+    EXPECT_NE(bus_target_register_notification(client, target, on_rumble, nullptr), BUS_OK);
+    EXPECT_EQ(zestsim::calls("CreateEvent") - events, zestsim::calls("CloseHandle") - closed);
+    zestsim::refuse_threads(false);
+    Rumble rumble;  // a later registration starts the thread
+    EXPECT_EQ(bus_target_register_notification(client, target, on_rumble, &rumble), BUS_OK);
+    XINPUT_VIBRATION motors{0xFFFF, 0};
+    XInputSetState(static_cast<DWORD>(zestsim::target_user(target->serial)), &motors);
+    EXPECT_TRUE(eventually([&] { return rumble.calls.load() == 1; }));
+    EXPECT_EQ(bus_target_remove(client, target), BUS_OK);
+}
+
+TEST_F(BusClientTest, AStuckDriverHoldsTheWayOutOnlyBrieflyAndTheThreadsFreeTheirRecords) {
+    static int warnings = 0;
+    warnings = 0;
+    const QtMessageHandler previous =
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& text) {
+            warnings += text.startsWith(QLatin1String("Gamepad: the bus driver did not answer"));
+        });
+    ASSERT_EQ(connect(), BUS_OK);
+    target = bus_target_alloc_x360();
+    ASSERT_EQ(bus_target_add(client, target), BUS_OK);
+    ASSERT_EQ(bus_target_register_notification(client, target, on_rumble, nullptr), BUS_OK);
+    ASSERT_TRUE(eventually([] { return zestsim::pending_requests() == 2; }));
+    zestsim::ignore_cancel(true);
+    const auto start = std::chrono::steady_clock::now();
+    bus_target_free(target);
+    bus_client_free(client);
+    target = nullptr;
+    client = nullptr;
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+    EXPECT_EQ(warnings, 2);
+    qInstallMessageHandler(previous);
+    zestsim::reset();  // the driver answers at last: each thread closes its event and its record's
+    EXPECT_TRUE(eventually([] { return zestsim::calls("CloseHandle") == 5; }));
 }
 
 }  // namespace

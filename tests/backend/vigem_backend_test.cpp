@@ -182,6 +182,23 @@ TEST_F(ViGEmBackendTest, WritesGoOutOnceAndRumbleComesBackAsMotors) {
     EXPECT_EQ(state.values[22].as_motor(), 257 / 65535.0);
 }
 
+TEST_F(ViGEmBackendTest, RumbleThatComesDuringDiscoveryIsKept) {
+    zestsim::set_driver_delay(200);  // discovery lasts while the other program rumbles
+    std::thread other_program([] {
+        for (int i = 0; i < 2000 && zestsim::target_user(1) < 0; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        XINPUT_VIBRATION motors{0xFF00, 0x0100};
+        XInputSetState(static_cast<DWORD>(zestsim::target_user(1)), &motors);
+    });
+    std::size_t pad = 0;
+    const std::uint32_t result = attach(pad);
+    other_program.join();
+    ASSERT_EQ(result, 0u);
+    read(pad);  // the rumble came well before the attach ended
+    EXPECT_EQ(state.values[21].as_motor(), 1.0);
+    EXPECT_EQ(state.values[22].as_motor(), 257 / 65535.0);
+}
+
 TEST_F(ViGEmBackendTest, ManyCyclesAndAnAttachedPadAtDestructionLeaveNothingBehind) {
     for (int cycle = 0; cycle < 10; ++cycle) {
         std::size_t pad = 0;

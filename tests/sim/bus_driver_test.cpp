@@ -8,6 +8,7 @@
 
 #include "platform/win32.h"
 #include "zestsim/zestsim.h"
+#include "zestsim/zestsim_c.h"
 
 namespace {
 
@@ -226,6 +227,34 @@ TEST_F(BusDriverTest, FaultsForEveryFailureTheClientMustSurvive) {
     EXPECT_EQ(result(device, late, false), static_cast<DWORD>(ERROR_IO_INCOMPLETE));
     EXPECT_EQ(result(device, late, true), 0u);
     zestsim::set_driver_delay(0);
+
+    zestsim_refuse_requests(unplug, ERROR_GEN_FAILURE);  // refused before it is queued
+    Pending refused{request({8, 9}, 8)};
+    refused.overlapped.hEvent = CreateEventA(nullptr, FALSE, FALSE, nullptr);
+    opened.push_back(refused.overlapped.hEvent);
+    EXPECT_FALSE(DeviceIoControl(device, unplug, refused.buffer.data(), 8, nullptr, 0, nullptr,
+                                 &refused.overlapped));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_GEN_FAILURE));
+    EXPECT_EQ(result(device, refused, false), static_cast<DWORD>(ERROR_IO_INCOMPLETE));
+    EXPECT_EQ(WaitForSingleObject(refused.overlapped.hEvent, 0), WAIT_TIMEOUT);
+    EXPECT_EQ(send(device, version, request({8, 1}, 8)), 0u);  // other codes pass
+    zestsim_refuse_requests(unplug, 0);
+    EXPECT_EQ(send(device, unplug, request({8, 99}, 8)),
+              static_cast<DWORD>(ERROR_INVALID_PARAMETER));  // the driver's own answer
+    zestsim_ignore_cancel(1);
+    Pending stuck{request({72}, 72)};
+    start(device, output, stuck);
+    EXPECT_TRUE(CancelIoEx(device, &stuck.overlapped));
+    EXPECT_EQ(result(device, stuck, false), static_cast<DWORD>(ERROR_IO_INCOMPLETE));
+    zestsim_ignore_cancel(0);
+    EXPECT_TRUE(CancelIoEx(device, &stuck.overlapped));
+    EXPECT_EQ(result(device, stuck, true), static_cast<DWORD>(ERROR_OPERATION_ABORTED));
+    zestsim_refuse_threads(1);
+    EXPECT_EQ(CreateThread(
+                  nullptr, 0, [](LPVOID) -> DWORD { return 0; }, nullptr, 0, nullptr),
+              nullptr);
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NOT_ENOUGH_MEMORY));
+    zestsim_refuse_threads(0);
 
     zestsim::set_target_appearance(zestsim::Appearance::Never);
     ASSERT_EQ(send(device, plug, request({16, 10, 0, 0}, 16)), 0u);

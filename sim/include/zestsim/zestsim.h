@@ -95,6 +95,14 @@ void fail_wait_ready(std::uint32_t error);
 void deny_reports(bool deny);
 // A slow driver: every answer comes this many milliseconds late (0: at once).
 void set_driver_delay(int milliseconds);
+// DeviceIoControl with this control code fails at once with `error` (0: no longer), as when a
+// driver rejects a request before queueing it: the OVERLAPPED stays marked pending and its event
+// is never set.
+void refuse_requests(std::uint32_t code, std::uint32_t error);
+// A stuck driver: CancelIoEx succeeds but cancels nothing.
+void ignore_cancel(bool ignore);
+// CreateThread fails with ERROR_NOT_ENOUGH_MEMORY while set.
+void refuse_threads(bool refuse);
 // When a ready target shows up in XInput: at once, never, or late, at the first XInputGetState
 // after `reads` of them have failed and `delay` has passed since its ready wait.
 enum class Appearance { AtOnce, Never, Late };

@@ -38,12 +38,12 @@ BusStatus open_interface(BusClient* client, const char* path) {
     if (client->device == INVALID_HANDLE_VALUE) return BUS_ERROR_ACCESS_FAILED;
     BusRequest<8> version;
     version.put(4, bus_protocol_version);
-    if (bus_send(client->device, BUS_IOCTL_CHECK_VERSION, version) != ERROR_SUCCESS) {
+    const BusStatus status = bus_send(client->device, BUS_IOCTL_CHECK_VERSION, version);
+    if (status != BUS_OK) {
         CloseHandle(client->device);
         client->device = INVALID_HANDLE_VALUE;
-        return BUS_ERROR_VERSION_MISMATCH;
     }
-    return BUS_OK;
+    return status;
 }
 
 // The status of the interface at `index` of `list`; connected on BUS_OK.
@@ -70,14 +70,10 @@ BusClient* bus_client_alloc() {
 
 void bus_client_free(BusClient* client) {
     if (client == nullptr) return;
-    if (client->output_thread != nullptr) {
-        SetEvent(client->termination_event);
-        WaitForSingleObject(client->output_thread, INFINITE);
-        CloseHandle(client->output_thread);
+    if (client->output_thread == nullptr ||
+        bus_end_thread(client->output_thread, client->termination_event, client->released)) {
+        bus_release_client(client);
     }
-    if (connected(client)) CloseHandle(client->device);
-    CloseHandle(client->termination_event);
-    delete client;
 }
 
 BusStatus bus_client_connect(BusClient* client) {
@@ -111,8 +107,15 @@ BusTarget* bus_target_alloc_x360() {
 
 void bus_target_free(BusTarget* target) {
     if (target == nullptr) return;
-    bus_stop_notification_thread(*target);
-    delete target;
+    if (target->notification_thread != nullptr) {
+        // Past this point no callback may reach the user data, which may go next.
+        target->notification_callback.store(nullptr);
+        if (!bus_end_thread(target->notification_thread, target->notification_stop,
+                            target->released)) {
+            return;
+        }
+    }
+    bus_release_target(target);
 }
 
 BusStatus bus_target_add(BusClient* client, BusTarget* target) {
@@ -124,18 +127,19 @@ BusStatus bus_target_add(BusClient* client, BusTarget* target) {
         BusRequest<16> plug;
         plug.put(4, target->serial).put(8, target->type);
         plug.put(12, target->vendor_id).put(14, target->product_id);
-        if (bus_send(client->device, BUS_IOCTL_PLUG_TARGET, plug) == ERROR_SUCCESS) break;
-        if (target->serial == bus_serial_count) return BUS_ERROR_NO_FREE_SLOT;
+        const BusStatus status = bus_send(client->device, BUS_IOCTL_PLUG_TARGET, plug);
+        if (status == BUS_OK) break;
+        if (target->serial == bus_serial_count) return status;
     }
     BusRequest<8> ready;
     ready.put(4, target->serial);
-    const DWORD error = bus_send(client->device, BUS_IOCTL_WAIT_READY, ready);
-    if (error != ERROR_SUCCESS && error != ERROR_INVALID_PARAMETER) {
+    if (const BusStatus status = bus_send(client->device, BUS_IOCTL_WAIT_READY, ready);
+        status != BUS_OK) {
         // The bus took the device; don't leave it there without an owner.
         BusRequest<8> unplug;
         unplug.put(4, target->serial);
         bus_send(client->device, BUS_IOCTL_UNPLUG_TARGET, unplug);
-        return BUS_ERROR_NOT_PLUGGED;
+        return status;
     }
     target->state = BusTargetState::Plugged;
     slot_of(client, target->serial).store(target, std::memory_order_release);
@@ -148,8 +152,9 @@ BusStatus bus_target_remove(BusClient* client, BusTarget* target) {
     if (target->state != BusTargetState::Plugged) return BUS_ERROR_NOT_PLUGGED;
     BusRequest<8> unplug;
     unplug.put(4, target->serial);
-    if (bus_send(client->device, BUS_IOCTL_UNPLUG_TARGET, unplug) != ERROR_SUCCESS) {
-        return BUS_ERROR_REMOVAL_FAILED;
+    if (const BusStatus status = bus_send(client->device, BUS_IOCTL_UNPLUG_TARGET, unplug);
+        status != BUS_OK) {
+        return status;
     }
     slot_of(client, target->serial).store(nullptr, std::memory_order_release);
     target->state = BusTargetState::Removed;
@@ -166,7 +171,10 @@ BusStatus bus_target_register_notification(BusClient* client, BusTarget* target,
     target->notification_callback.store(callback);
     if (target->notification_thread == nullptr) {
         target->notification_user_data = user_data;
-        bus_start_notification_thread(*client, *target);
+        if (!bus_start_notification_thread(*client, *target)) {
+            target->notification_callback.store(nullptr);
+            return BUS_ERROR_THREAD_NOT_STARTED;
+        }
     }
     return BUS_OK;
 }
@@ -177,8 +185,5 @@ BusStatus bus_target_update_x360(BusClient* client, BusTarget* target,
     if (target->serial == 0) return BUS_ERROR_INVALID_TARGET;
     BusRequest<20> submit;
     submit.put(4, target->serial).put(8, report);
-    // A lost report is no error to the caller; only a refused target is.
-    return bus_send(client->device, BUS_IOCTL_SUBMIT_X360_REPORT, submit) == ERROR_ACCESS_DENIED
-               ? BUS_ERROR_INVALID_TARGET
-               : BUS_OK;
+    return bus_send(client->device, BUS_IOCTL_SUBMIT_X360_REPORT, submit);
 }

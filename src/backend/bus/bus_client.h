@@ -25,6 +25,8 @@ inline constexpr BusStatus BUS_ERROR_ACCESS_FAILED = 0xE0000009;
 inline constexpr BusStatus BUS_ERROR_CALLBACK_REGISTERED = 0xE0000010;
 inline constexpr BusStatus BUS_ERROR_ALREADY_CONNECTED = 0xE0000012;
 inline constexpr BusStatus BUS_ERROR_INVALID_CLIENT = 0xE0000013;
+// bus_target_register_notification: the notification thread could not be started.
+inline constexpr BusStatus BUS_ERROR_THREAD_NOT_STARTED = 0xE0000014;
 
 enum class BusTargetState : std::uint32_t { Uninitialized = 0, New = 1, Plugged = 2, Removed = 3 };
 
@@ -57,6 +59,9 @@ struct BusClient {
     // output thread loads; it never follows the pointer, so a target may go once its slot is
     // cleared.
     std::array<std::atomic<BusTarget*>, bus_serial_count> targets{};
+    // Set by the first of bus_client_free and the output thread to let go of the record; the
+    // second frees it, so a thread that outlives a bounded wait still ends in order.
+    std::atomic<bool> released{false};
 };
 
 struct BusTarget {
@@ -69,18 +74,20 @@ struct BusTarget {
     std::atomic<BusNotificationCallback> notification_callback{nullptr};
     void* notification_user_data = nullptr;
     // The notification thread, kept so that bus_target_free can end it and wait for it: the
-    // thread uses the target, the client and the user data until then.
-    BusClient* notification_client = nullptr;
+    // thread uses the target and the user data until then.
     HANDLE notification_thread = nullptr;
     HANDLE notification_stop = nullptr;  // manual reset
+    std::atomic<bool> released{false};   // as BusClient::released, with the notification thread
 };
 
 BusClient* bus_client_alloc();
-// Ends the output thread and waits for it, then closes the device and frees the record.
+// Ends the output thread and waits a while for it, then closes the device and frees the record;
+// a thread that does not end in time frees it itself.
 void bus_client_free(BusClient* client);
 BusStatus bus_client_connect(BusClient* client);
 BusTarget* bus_target_alloc_x360();
-// Ends the target's notification thread and waits for it; talks to no bus. Remove it first.
+// Ends the target's notification thread and waits a while for it, as bus_client_free does;
+// talks to no bus. Remove it first.
 void bus_target_free(BusTarget* target);
 BusStatus bus_target_add(BusClient* client, BusTarget* target);
 BusStatus bus_target_remove(BusClient* client, BusTarget* target);

@@ -47,18 +47,36 @@ struct BusRequest {
     }
 };
 
-// Sends one request on `device` with an OVERLAPPED and an event of its own, and waits for it.
-// The Win32 error, ERROR_SUCCESS when it went through.
+// How long a caller on the way out waits for the driver before it gives up on an answer.
+inline constexpr DWORD bus_unload_wait_ms = 1000;
+
+// Starts one request on `overlapped`. ERROR_IO_PENDING while it is in flight; any other value
+// means it has finished with that error, ERROR_SUCCESS when it went through. A request refused
+// at once is never completed and never signals its event, so it must not be waited on.
+DWORD bus_start(HANDLE device, DWORD code, BYTE* in, DWORD in_size, BYTE* out, DWORD out_size,
+                OVERLAPPED& overlapped);
+// Waits for a pending request, whose event may have been taken already; with a bound, at most
+// `bound_ms` before it is cancelled (with one warning). Returns once the request has settled,
+// with its error.
+DWORD bus_finish(HANDLE device, OVERLAPPED& overlapped, DWORD bound_ms = INFINITE);
+// What the driver's answer to a request of the calling thread means to the caller.
+BusStatus bus_status(DWORD code, DWORD error);
+// Whether an error ends a request that a thread keeps in flight, rather than being retried.
+bool bus_request_ends(DWORD code, DWORD error);
+// The one warning of a caller that stops waiting for the driver.
+void bus_warn_unanswered();
+
+// Sends one request on `device` with an OVERLAPPED and an event of its own, and waits for it;
+// an unplug only for a while, as the host may be on its way out.
 template <std::size_t Size>
-DWORD bus_send(HANDLE device, DWORD code, BusRequest<Size>& request, bool echoed = false) {
+BusStatus bus_send(HANDLE device, DWORD code, BusRequest<Size>& request) {
     OVERLAPPED overlapped{};
     overlapped.hEvent = CreateEventA(nullptr, FALSE, FALSE, nullptr);
-    DeviceIoControl(device, code, request.bytes, Size, echoed ? request.bytes : nullptr,
-                    echoed ? static_cast<DWORD>(Size) : 0, nullptr, &overlapped);
-    DWORD transferred = 0;
-    const DWORD error = GetOverlappedResult(device, &overlapped, &transferred, TRUE)
-                            ? static_cast<DWORD>(ERROR_SUCCESS)
-                            : GetLastError();
+    DWORD error = bus_start(device, code, request.bytes, Size, nullptr, 0, overlapped);
+    if (error == ERROR_IO_PENDING) {
+        error = bus_finish(device, overlapped,
+                           code == BUS_IOCTL_UNPLUG_TARGET ? bus_unload_wait_ms : INFINITE);
+    }
     CloseHandle(overlapped.hEvent);
-    return error;
+    return bus_status(code, error);
 }

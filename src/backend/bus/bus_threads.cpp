@@ -1,8 +1,13 @@
 #include "backend/bus/bus_threads.h"
 
+#include <algorithm>
+
 #include "backend/bus/bus_requests.h"
 
 namespace {
+
+constexpr DWORD first_pause_ms = 1;
+constexpr DWORD longest_pause_ms = 100;
 
 // Sends `request` and waits for it or for `stop`. On `stop` the request is cancelled and
 // settled before the call returns, since its buffer and OVERLAPPED live with the caller.
@@ -13,28 +18,44 @@ bool send_unless_stopped(HANDLE device, DWORD code, BusRequest<Size>& request, H
     OVERLAPPED overlapped{};
     overlapped.hEvent = event;
     const DWORD size = request.template get<std::uint32_t>(0);
-    if (!DeviceIoControl(device, code, request.bytes, size, request.bytes, size, nullptr,
-                         &overlapped) &&
-        GetLastError() != ERROR_IO_PENDING) {
-        // Refused before it was queued: nothing will signal the event.
-        error = GetLastError();
-        return true;
-    }
+    error = bus_start(device, code, request.bytes, size, request.bytes, size, overlapped);
+    if (error != ERROR_IO_PENDING) return true;
     const HANDLE waits[] = {stop, event};
-    DWORD transferred = 0;
     if (WaitForMultipleObjects(2, waits, FALSE, INFINITE) == WAIT_OBJECT_0) {
         CancelIoEx(device, &overlapped);
-        GetOverlappedResult(device, &overlapped, &transferred, TRUE);
+        bus_finish(device, overlapped);
         return false;
     }
-    error = GetOverlappedResult(device, &overlapped, &transferred, TRUE)
-                ? static_cast<DWORD>(ERROR_SUCCESS)
-                : GetLastError();
+    error = bus_finish(device, overlapped);
     return true;
+}
+
+// Keeps requests of one kind in flight until `stop` is set or the driver ends them; `delivered`
+// takes each one that went through and says whether to go on. Any other error is retried after
+// a pause on `stop` that doubles up to longest_pause_ms and starts over after a success.
+template <std::size_t Size, typename Delivered>
+void keep_in_flight(HANDLE device, DWORD code, BusRequest<Size>& request, HANDLE stop,
+                    Delivered delivered) {
+    const HANDLE event = CreateEventA(nullptr, FALSE, FALSE, nullptr);
+    DWORD pause = 0;
+    DWORD error = ERROR_SUCCESS;
+    while (WaitForSingleObject(stop, pause) == WAIT_TIMEOUT &&
+           send_unless_stopped(device, code, request, stop, event, error)) {
+        if (error == ERROR_SUCCESS) {
+            if (!delivered()) break;
+            pause = 0;
+        } else if (bus_request_ends(code, error)) {
+            break;
+        } else {
+            pause = std::clamp<DWORD>(pause * 2, first_pause_ms, longest_pause_ms);
+        }
+    }
+    CloseHandle(event);
 }
 
 struct NotificationArguments {
     BusClient* client;
+    HANDLE device;
     BusTarget* target;
     void* user_data;
 };
@@ -42,22 +63,18 @@ struct NotificationArguments {
 DWORD WINAPI notification_thread(LPVOID argument) {
     const NotificationArguments args = *static_cast<NotificationArguments*>(argument);
     delete static_cast<NotificationArguments*>(argument);
-    const HANDLE event = CreateEventA(nullptr, FALSE, FALSE, nullptr);
+    BusTarget& target = *args.target;
     BusRequest<12> request;
-    request.put(4, args.target->serial);
-    DWORD error = ERROR_SUCCESS;
-    while (send_unless_stopped(args.client->device, BUS_IOCTL_AWAIT_X360_NOTIFICATION, request,
-                               args.target->notification_stop, event, error)) {
-        if (error == ERROR_SUCCESS) {
-            const BusNotificationCallback callback = args.target->notification_callback.load();
-            if (callback == nullptr) break;
-            callback(args.client, args.target, request.bytes[8], request.bytes[9],
-                     request.bytes[10], args.user_data);
-        } else if (error == ERROR_ACCESS_DENIED || error == ERROR_OPERATION_ABORTED) {
-            break;
-        }
-    }
-    CloseHandle(event);
+    request.put(4, target.serial);
+    keep_in_flight(args.device, BUS_IOCTL_AWAIT_X360_NOTIFICATION, request,
+                   target.notification_stop, [&] {
+                       const BusNotificationCallback callback = target.notification_callback.load();
+                       if (callback == nullptr) return false;
+                       callback(args.client, args.target, request.bytes[8], request.bytes[9],
+                                request.bytes[10], args.user_data);
+                       return true;
+                   });
+    if (target.released.exchange(true)) bus_release_target(args.target);
     return 0;
 }
 
@@ -65,38 +82,49 @@ DWORD WINAPI notification_thread(LPVOID argument) {
 
 DWORD WINAPI bus_output_thread(LPVOID argument) {
     BusClient& client = *static_cast<BusClient*>(argument);
-    const HANDLE event = CreateEventA(nullptr, FALSE, FALSE, nullptr);
-    DWORD error = ERROR_SUCCESS;
-    for (;;) {
-        BusRequest<72> request;
-        if (!send_unless_stopped(client.device, BUS_IOCTL_AWAIT_OUTPUT, request,
-                                 client.termination_event, event, error) ||
-            error == ERROR_INVALID_PARAMETER || error == ERROR_OPERATION_ABORTED) {
-            break;
-        }
+    BusRequest<72> request;
+    keep_in_flight(client.device, BUS_IOCTL_AWAIT_OUTPUT, request, client.termination_event, [&] {
         const auto serial = request.get<std::uint32_t>(4);
-        if (error != ERROR_SUCCESS || serial == 0 || serial > bus_serial_count) continue;
         // Every target of this client is a wired Xbox 360 pad, whose output reports are
         // dropped; so the slot is only looked at, never followed.
-        (void)client.targets[serial - 1].load(std::memory_order_acquire);
-    }
-    CloseHandle(event);
+        if (serial != 0 && serial <= bus_serial_count) {
+            (void)client.targets[serial - 1].load(std::memory_order_acquire);
+        }
+        request = BusRequest<72>();
+        return true;
+    });
+    if (client.released.exchange(true)) bus_release_client(&client);
     return 0;
 }
 
-void bus_start_notification_thread(BusClient& client, BusTarget& target) {
-    target.notification_client = &client;
+bool bus_start_notification_thread(BusClient& client, BusTarget& target) {
     target.notification_stop = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-    auto* args = new NotificationArguments{&client, &target, target.notification_user_data};
+    auto* args =
+        new NotificationArguments{&client, client.device, &target, target.notification_user_data};
     target.notification_thread = CreateThread(nullptr, 0, notification_thread, args, 0, nullptr);
-    if (target.notification_thread == nullptr) delete args;
+    if (target.notification_thread != nullptr) return true;
+    delete args;
+    CloseHandle(target.notification_stop);
+    target.notification_stop = nullptr;
+    return false;
 }
 
-void bus_stop_notification_thread(BusTarget& target) {
-    if (target.notification_thread == nullptr) return;
-    SetEvent(target.notification_stop);
-    WaitForSingleObject(target.notification_thread, INFINITE);
-    CloseHandle(target.notification_thread);
-    CloseHandle(target.notification_stop);
-    target.notification_thread = nullptr;
+bool bus_end_thread(HANDLE thread, HANDLE stop, std::atomic<bool>& released) {
+    SetEvent(stop);
+    WaitForSingleObject(thread, bus_unload_wait_ms);
+    CloseHandle(thread);
+    if (released.exchange(true)) return true;
+    bus_warn_unanswered();
+    return false;
+}
+
+void bus_release_client(BusClient* client) {
+    if (client->device != INVALID_HANDLE_VALUE) CloseHandle(client->device);
+    CloseHandle(client->termination_event);
+    delete client;
+}
+
+void bus_release_target(BusTarget* target) {
+    if (target->notification_stop != nullptr) CloseHandle(target->notification_stop);
+    delete target;
 }

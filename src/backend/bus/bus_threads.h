@@ -5,10 +5,19 @@
 // The client's own threads. The output thread keeps one output request in flight for the whole
 // bus until the client's termination event is set; a notification thread keeps one rumble
 // request in flight for its target until the target's stop event is set or the driver ends it.
+// Refused requests are retried after a pause that grows, so that a failing driver costs no CPU.
 
 DWORD WINAPI bus_output_thread(LPVOID client);
 
-// Calling thread. Starts the target's notification thread.
-void bus_start_notification_thread(BusClient& client, BusTarget& target);
-// Calling thread. Ends the target's notification thread, if any, and waits for it.
-void bus_stop_notification_thread(BusTarget& target);
+// Calling thread. Starts the target's notification thread; false, with nothing left behind,
+// when it cannot be started.
+bool bus_start_notification_thread(BusClient& client, BusTarget& target);
+
+// Calling thread. Sets `stop` and waits a while for `thread`, then closes its handle. True when
+// the thread has let go of its record (`released`), which the caller then frees; false, with a
+// warning, when the thread is still at work and will free the record itself as it ends.
+bool bus_end_thread(HANDLE thread, HANDLE stop, std::atomic<bool>& released);
+
+// Close what a record holds and free it.
+void bus_release_client(BusClient* client);
+void bus_release_target(BusTarget* target);
