@@ -57,14 +57,14 @@ void Game::Impl::set_update_rate(std::int32_t rate) {
 void Game::Impl::set_virtual_gamepad_enabled(bool enabled) {
     if (!enabled) {
         if (virtual_gamepad_state_ == VirtualGamepadState::Connected) {
-            detach(static_cast<std::size_t>(virtual_gamepad_index_));
+            detach(static_cast<std::size_t>(virtual_gamepad_index_), attach_generation_);
         }
         virtual_gamepad_index_ = -1;
         virtual_gamepad_error_.clear();
         set_virtual_gamepad_state(VirtualGamepadState::Disabled);
     } else if (virtual_gamepad_state_ == VirtualGamepadState::Disabled) {
         set_virtual_gamepad_state(VirtualGamepadState::Connecting);
-        if (read_thread_) read_thread_->push_command(AttachVirtualGamepad{0});
+        push_virtual_gamepad_command(AttachVirtualGamepad{0, ++attach_generation_});
     }
 }
 
@@ -80,21 +80,23 @@ void Game::Impl::forward_attribute_changed(std::size_t gamepad, std::size_t attr
     if (gamepad < gamepads_.size()) Q_EMIT gamepads_[gamepad]->attribute_changed(attribute);
 }
 
-void Game::Impl::on_attach_error(QByteArray error) {
+void Game::Impl::on_attach_error(QByteArray error, std::uint64_t generation) {
     if (virtual_gamepad_state_ != VirtualGamepadState::Connecting) return;
+    if (generation != attach_generation_) return;
     virtual_gamepad_index_ = -1;
     virtual_gamepad_error_ = std::move(error);
     set_virtual_gamepad_state(VirtualGamepadState::Error);
 }
 
-void Game::Impl::on_attach_success(std::size_t gamepad) {
-    if (virtual_gamepad_state_ != VirtualGamepadState::Connecting) {
-        detach(gamepad);  // it came up after the setting went off
-        return;
+void Game::Impl::on_attach_success(std::size_t gamepad, std::uint64_t generation) {
+    const bool latest = generation == attach_generation_;
+    if (latest && virtual_gamepad_state_ == VirtualGamepadState::Connecting) {
+        virtual_gamepad_index_ = static_cast<std::int32_t>(gamepad);
+        virtual_gamepad_error_.clear();
+        set_virtual_gamepad_state(VirtualGamepadState::Connected);
+    } else if (!latest || virtual_gamepad_state_ != VirtualGamepadState::Connected) {
+        detach(gamepad, generation);  // it came up after the setting went off, or was replaced
     }
-    virtual_gamepad_index_ = static_cast<std::int32_t>(gamepad);
-    virtual_gamepad_error_.clear();
-    set_virtual_gamepad_state(VirtualGamepadState::Connected);
 }
 
 void Game::Impl::set_virtual_gamepad_state(VirtualGamepadState state) {
@@ -103,8 +105,17 @@ void Game::Impl::set_virtual_gamepad_state(VirtualGamepadState state) {
     Q_EMIT virtual_gamepad_state_changed();
 }
 
-void Game::Impl::detach(std::size_t gamepad) {
-    if (read_thread_) read_thread_->push_command(DetachVirtualGamepad{gamepad});
+void Game::Impl::detach(std::size_t gamepad, std::uint64_t generation) {
+    push_virtual_gamepad_command(DetachVirtualGamepad{gamepad, generation});
+}
+
+// A paused thread runs commands only when woken; the virtual pad must follow the setting then
+// too. Its pads stay unread until a user comes.
+void Game::Impl::push_virtual_gamepad_command(Command command) {
+    if (!read_thread_) return;
+    read_thread_->push_command(std::move(command));
+    ReadThreadControl& control = read_thread_->control();
+    if (control.state.load() == ReadThreadState::Pause) control.ticks->set_event();
 }
 
 }  // namespace gamepad

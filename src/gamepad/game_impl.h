@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "gamepad/command.h"
 #include "gamepad/game.h"
 #include "gamepad/virtual_gamepad_state.h"
 
@@ -48,8 +49,10 @@ public:
     void forward_metadata_changed(std::size_t gamepad);
     void forward_is_connected_changed(std::size_t gamepad);
     void forward_attribute_changed(std::size_t gamepad, std::size_t attribute);
-    void on_attach_error(QByteArray error);
-    void on_attach_success(std::size_t gamepad);
+    // Answers to an attach other than the latest are late: they never touch the state, and a
+    // pad that came up with one goes again.
+    void on_attach_error(QByteArray error, std::uint64_t generation);
+    void on_attach_success(std::size_t gamepad, std::uint64_t generation);
 
 Q_SIGNALS:
     void metadata_changed();
@@ -57,7 +60,8 @@ Q_SIGNALS:
 
 private:
     void set_virtual_gamepad_state(VirtualGamepadState state);
-    void detach(std::size_t gamepad);
+    void detach(std::size_t gamepad, std::uint64_t generation);
+    void push_virtual_gamepad_command(Command command);
 
     CoreSeams seams_;
     std::int32_t update_rate_ = 240;
@@ -68,6 +72,7 @@ private:
     VirtualGamepadState virtual_gamepad_state_ = VirtualGamepadState::Disabled;
     std::int32_t virtual_gamepad_index_ = -1;
     QByteArray virtual_gamepad_error_;
+    std::uint64_t attach_generation_ = 0;  // of the latest attach sent
 };
 
 }  // namespace gamepad

@@ -116,6 +116,7 @@ void ReadThread::run() {
         refresh_metadata(i, gamepads_[i]);
     }
     ReadThreadControl& control = *control_;
+    bool driven = false;  // the devices hold what the writers of the last tick made
     for (;;) {
         if (control.state.load() == ReadThreadState::Run) {
             const std::int32_t rate = armable_rate(control.rate.load());
@@ -127,16 +128,32 @@ void ReadThread::run() {
         }
         for (;;) {
             const ReadThreadState state = control.state.load();
+            if (state == ReadThreadState::Run) break;
+            // Motors and virtual-pad controls that the writers held must not outlast them.
+            if (driven) write_empty_outputs();
+            driven = false;
             if (state == ReadThreadState::Stop) {
                 control.state.store(ReadThreadState::Stop);  // the end, for the destructor to see
                 return;
             }
-            if (state == ReadThreadState::Run) break;
+            // Paused: no pad is read or written, but commands run, those that were queued before
+            // the pause and those the main thread wakes the thread for, so that switching the
+            // virtual pad off takes effect although nobody polls.
             control.ticks->cancel();
             control.armed_rate = 0;
+            process_commands();
             control.ticks->wait_event();
         }
         tick();
+        driven = true;
+    }
+}
+
+void ReadThread::write_empty_outputs() {
+    for (std::size_t i = 0; i < gamepad_count_; ++i) {
+        std::vector<AttributeValue>& output = output_states_[i].values;
+        std::fill(output.begin(), output.end(), AttributeValue());
+        backend_->write_gamepad(i, output_states_[i]);
     }
 }
 
@@ -201,14 +218,22 @@ void ReadThread::run_command(Command& command) {
                                         [&](const WriterEntry& e) { return e.id == remove->id; });
         if (found != writers_.end()) writers_.erase(found);
     } else if (const auto* attach = std::get_if<AttachVirtualGamepad>(&command)) {
+        // One virtual pad at most: an attach that overtook the detach of the pad before
+        // replaces that pad, and the detach, when it comes, finds nothing of its generation.
+        if (attached_generation_ != 0) backend_->detach_virtual_gamepad(attached_pad_);
         std::size_t gamepad = 0;
         const std::uint32_t result = backend_->attach_virtual_gamepad(attach->kind, gamepad);
+        attached_generation_ = result == 0 ? attach->generation : 0;
+        attached_pad_ = gamepad;
         if (result == 0) {
-            Q_EMIT virtual_gamepad_attach_success(gamepad);
+            Q_EMIT virtual_gamepad_attach_success(gamepad, attach->generation);
         } else {
-            Q_EMIT virtual_gamepad_attach_error(backend_->attach_error_text(attach->kind, result));
+            Q_EMIT virtual_gamepad_attach_error(backend_->attach_error_text(attach->kind, result),
+                                                attach->generation);
         }
     } else if (const auto* detach = std::get_if<DetachVirtualGamepad>(&command)) {
+        if (detach->generation != attached_generation_) return;
+        attached_generation_ = 0;
         backend_->detach_virtual_gamepad(detach->gamepad);
     }
 }

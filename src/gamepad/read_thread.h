@@ -53,8 +53,8 @@ Q_SIGNALS:
     void gamepad_any_metadata_changed();
     void gamepad_is_connected_changed(std::size_t gamepad);
     void gamepad_attribute_changed(std::size_t gamepad, std::size_t attribute);
-    void virtual_gamepad_attach_error(QByteArray error);
-    void virtual_gamepad_attach_success(std::size_t gamepad);
+    void virtual_gamepad_attach_error(QByteArray error, std::uint64_t generation);
+    void virtual_gamepad_attach_success(std::size_t gamepad, std::uint64_t generation);
 
 protected:
     void run() override;
@@ -71,6 +71,7 @@ private:
     void tick();
     void process_commands();
     void run_command(Command& command);
+    void write_empty_outputs();
     void run_writers(bool any_metadata_changed);
     void publish_gamepad(std::size_t gamepad);
     void refresh_metadata(std::size_t gamepad, GamepadExchange& exchange);
@@ -95,6 +96,9 @@ private:
     std::atomic<bool> any_metadata_pending_{false};
     std::size_t delivery_slot_count_;
     std::unique_ptr<DeliveryEvent::Slot[]> delivery_slots_;
+    // Polling thread: the generation of the attached virtual pad and its index; 0 for none.
+    std::uint64_t attached_generation_ = 0;
+    std::size_t attached_pad_ = 0;
 };
 
 }  // namespace gamepad

@@ -1,9 +1,21 @@
+#include <QtGlobal>
+
+#include <cstdlib>
+#include <random>
+#include <string>
+
 #include "gamepad/game_impl.h"
 #include "gamepad/gamepad.h"
 #include "gamepad/gamepad_impl.h"
 #include "gamepad/gamepads.h"
+#include "gamepad/read_thread.h"
+#include "kit/kit.h"
+#include "kit/panel.h"
+#include "kit/store.h"
+#include "platform/monotonic_clock.h"
 #include "platform/win32.h"
 #include "plugin/host_wrappers.h"
+#include "plugin/virtual_gamepad_status_label.h"
 #include "support/eventually.h"
 #include "support/kit_fixture.h"
 #include "zestsim/zestsim.h"
@@ -11,12 +23,27 @@
 namespace gamepad {
 namespace {
 
+constexpr std::int64_t one_hour_ns = 3'600'000'000'000;
+
 class VirtualPadCoreTest : public KitTest {
 protected:
     void SetUp() override {
         KitTest::SetUp();
+        ASSERT_TRUE(hostkit::load_translations(ZEST_ENGLISH_TABLE));
         plugin_host_handle = hostkit::host_handle();
         zestsim::reset();
+    }
+
+    // Runs the large motor of `pad` at full speed until the writer is cleared; its position.
+    static std::size_t rumble(Gamepads& user, int pad) {
+        Game::GamepadImpl* impl = user.gamepad(pad)->impl();
+        EXPECT_TRUE(eventually([&] { return impl->metadata() != nullptr; }));
+        std::size_t motor = 0;
+        while (impl->metadata()->attributes[motor].id != "motor_left")
+            ++motor;
+        impl->set_constant(motor, AttributeValue::make_motor(1.0),
+                           platform::monotonic_now_ns() + one_hour_ns);
+        return motor;
     }
 };
 
@@ -54,6 +81,187 @@ TEST_F(VirtualPadCoreTest, AttachesFeedsAndDetachesTheVirtualPad) {
         pads.reset();
     }
     EXPECT_EQ(zestsim::pending_requests(), 0u);
+}
+
+// A rumble whose driver goes away stops, also when that leaves the core without users, and
+// when the core ends at once.
+TEST_F(VirtualPadCoreTest, MotorsStopWhenTheCorePausesOrEnds) {
+    zestsim::plug_pad(0, zestsim::Subtype::Gamepad);
+    auto game = std::make_unique<Game>();
+    std::unique_ptr<Gamepads> node = game->impl().use();
+    rumble(*node, 0);
+    ASSERT_TRUE(eventually([] { return zestsim::vibration(0).left == 0xFFFF; }));
+    node.reset();  // the writer stays in the list, the core pauses
+    EXPECT_TRUE(eventually([] { return zestsim::vibration(0).left == 0; }));
+
+    node = game->impl().use();  // the running override goes on where it left off
+    ASSERT_TRUE(eventually([] { return zestsim::vibration(0).left == 0xFFFF; }));
+    node.reset();
+    game.reset();
+    EXPECT_EQ(zestsim::vibration(0).left, 0);
+}
+
+// What the machine shows against what the core says, and the panel while it is open; empty
+// when they agree.
+std::string untruth(const Game::Impl& core, const Gamepads* panel_pads, hostkit::Panel& panel,
+                    bool rumbling) {
+    std::string text;
+    if (panel_pads != nullptr) {
+        panel.run_pass(
+            [&](ZestPanel handle) { virtual_gamepad_status_label(handle, *panel_pads); });
+        text = panel.controls().at(0).text.value_or("");
+    }
+    const std::size_t plugged = zestsim::plugged_targets();
+    const int index = core.virtual_gamepad_index();
+    const std::string seen =
+        "state " + std::to_string(static_cast<int>(core.virtual_gamepad_state())) + ", index " +
+        std::to_string(index) + ", \"" + text + "\", " + std::to_string(plugged) +
+        " plugged, motor at " + std::to_string(zestsim::vibration(2).left);
+    if (zestsim::vibration(2).left != (rumbling ? 0xFFFF : 0)) return seen;
+    switch (core.virtual_gamepad_state()) {
+        case VirtualGamepadState::Connected: {
+            int shown = -1;
+            for (std::uint32_t serial = 1; serial <= 64 && shown < 0; ++serial)
+                shown = zestsim::target_user(serial);
+            XINPUT_STATE state{};
+            const bool answers =
+                index >= 0 && XInputGetState(static_cast<DWORD>(index), &state) == ERROR_SUCCESS;
+            const bool named = text == "Connected as Gamepad " + std::to_string(index + 1);
+            return plugged == 1 && shown == index && answers && named ? "" : seen;
+        }
+        case VirtualGamepadState::Error:
+            return plugged == 0 && index == -1 && text == core.virtual_gamepad_error().toStdString()
+                       ? ""
+                       : seen;
+        case VirtualGamepadState::Disabled:
+            return plugged == 0 && index == -1 && panel_pads == nullptr ? "" : seen;
+        case VirtualGamepadState::Connecting:
+            return seen;
+    }
+    return seen;
+}
+
+std::uint64_t from_environment(const char* name, std::uint64_t otherwise) {
+    const char* value = std::getenv(name);
+    return value == nullptr ? otherwise : std::strtoull(value, nullptr, 10);
+}
+
+// One fault of the machine at a time, or none (0). (All serials refused would cost 65,535
+// requests per attach.)
+void set_fault(std::uint64_t fault, std::mt19937_64& random) {
+    zestsim::set_bus_driver(fault != 1);
+    zestsim::refuse_serials(fault == 2 ? std::vector<std::uint32_t>{1, 2}
+                                       : std::vector<std::uint32_t>{});
+    zestsim::fail_wait_ready(fault == 3 ? ERROR_ACCESS_DENIED : 0);
+    zestsim::deny_reports(fault == 4);
+    zestsim::set_driver_delay(fault == 5 ? static_cast<int>(random() % 20) : 0);
+    zestsim::set_target_appearance(
+        fault == 6 ? zestsim::Appearance::Late : zestsim::Appearance::AtOnce,
+        static_cast<int>(random() % 4), std::chrono::milliseconds(random() % 30));
+}
+
+// A loaded plug-in's core, counting the attaches it sends and the answers it gets, so that a
+// test knows when none is in flight.
+struct CountedCore {
+    CountedCore() {
+        game.impl().set_update_rate(1000);
+        QObject::connect(&game.impl(), &Game::Impl::virtual_gamepad_state_changed, [this] {
+            sent += game.impl().virtual_gamepad_state() == VirtualGamepadState::Connecting;
+        });
+    }
+    std::unique_ptr<Gamepads> use() {
+        std::unique_ptr<Gamepads> user = game.impl().use();
+        if (!answers_counted) {  // the thread came with this first use
+            ReadThread* thread = game.impl().read_thread();
+            QObject::connect(thread, &ReadThread::virtual_gamepad_attach_success, &game.impl(),
+                             [this] { ++answered; });
+            QObject::connect(thread, &ReadThread::virtual_gamepad_attach_error, &game.impl(),
+                             [this] { ++answered; });
+            answers_counted = true;
+        }
+        return user;
+    }
+
+    Game game;
+    int sent = 0;
+    int answered = 0;
+    bool answers_counted = false;
+};
+
+// Random runs of switching on and off (often faster than an attach), feed changes, a node's
+// rumble coming and going, driver faults and unloads. Whenever no attach is in flight, the core
+// tells the truth: connected exactly when one target is plugged and answers at the index it
+// names. ZEST_RANDOM_STEPS makes the run longer, ZEST_RANDOM_SEED replays one.
+TEST_F(VirtualPadCoreTest, RandomSwitchingFaultsAndUnloadsEndInTheTruth) {
+    const std::uint64_t seed = from_environment("ZEST_RANDOM_SEED", std::random_device()());
+    const std::uint64_t steps = from_environment("ZEST_RANDOM_STEPS", 300);
+    SCOPED_TRACE("ZEST_RANDOM_SEED=" + std::to_string(seed));
+    std::mt19937_64 random(seed);
+    const QtMessageHandler previous = qInstallMessageHandler([](QtMsgType, auto&, auto&) {});
+    hostkit::Store store;
+    hostkit::Panel panel(store);
+    zestsim::plug_pad(0, zestsim::Subtype::Gamepad);
+    zestsim::plug_pad(2, zestsim::Subtype::Gamepad);  // rumbled by the node
+    auto core = std::make_unique<CountedCore>();
+    std::unique_ptr<Gamepads> preferences;  // while the setting is on, as the panel holds it
+    std::unique_ptr<Gamepads> node;
+    std::size_t node_motor = 0;
+
+    for (std::uint64_t step = 0; step < steps && !HasFailure(); ++step) {
+        SCOPED_TRACE("step " + std::to_string(step));
+        Game::Impl& impl = core->game.impl();
+        const std::uint64_t action = random() % 20;
+        if (action < 6) {  // the checkbox, as a preferences pass handles it
+            const bool on = preferences == nullptr;
+            if (on) preferences = core->use();
+            impl.set_virtual_gamepad_enabled(on);
+            if (!on) preferences.reset();
+        } else if (action < 8) {
+            if (preferences &&
+                preferences->virtual_gamepad_state() == VirtualGamepadState::Connected) {
+                const std::int32_t sources[] = {-1, 0, 3};
+                preferences->gamepad(preferences->virtual_gamepad_index())
+                    ->impl()
+                    ->set_feed_source(sources[random() % 3]);
+            }
+        } else if (action < 10) {
+            if (node) {
+                node->gamepad(2)->impl()->clear_writer(node_motor);
+                node.reset();
+            } else {
+                node = core->use();
+                node_motor = rumble(*node, 2);
+            }
+        } else if (action < 12) {
+            set_fault(random() % 7, random);
+        } else if (action < 13) {  // unload, the node's rumble left running
+            node.reset();
+            preferences.reset();
+            core.reset();
+            ASSERT_EQ(zestsim::plugged_targets(), 0u);
+            ASSERT_EQ(zestsim::vibration(2).left, 0);
+            ASSERT_EQ(zestsim::pending_requests(), 0u);
+            core = std::make_unique<CountedCore>();
+        } else {
+            std::string verdict;
+            const auto look = [&] {
+                verdict = untruth(impl, preferences.get(), panel, node != nullptr);
+                return core->answered == core->sent && verdict.empty();
+            };
+            eventually(look);
+            for (int again = 0; again < 3 && verdict.empty(); ++again) {  // and it stays so
+                QThread::msleep(5);
+                QCoreApplication::processEvents();
+                look();
+            }
+            ASSERT_EQ(verdict, "");
+        }
+    }
+    node.reset();
+    preferences.reset();
+    core.reset();
+    EXPECT_EQ(zestsim::plugged_targets(), 0u);
+    qInstallMessageHandler(previous);
 }
 
 }  // namespace

@@ -53,9 +53,13 @@ public:
                     add("attribute " + std::to_string(i) + " " + std::to_string(a));
                 });
         connect(&thread, &ReadThread::virtual_gamepad_attach_error, this,
-                [add](const QByteArray& error) { add("attach error " + error.toStdString()); });
+                [add](const QByteArray& error, std::uint64_t generation) {
+                    add("attach error " + error.toStdString() + " #" + std::to_string(generation));
+                });
         connect(&thread, &ReadThread::virtual_gamepad_attach_success, this,
-                [add](std::size_t i) { add("attach success " + std::to_string(i)); });
+                [add](std::size_t i, std::uint64_t generation) {
+                    add("attach success " + std::to_string(i) + " #" + std::to_string(generation));
+                });
     }
 
     std::vector<std::string> take() { return std::exchange(entries_, {}); }

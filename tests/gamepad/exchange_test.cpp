@@ -38,7 +38,7 @@ TEST(CommandQueue, KeepsPushOrderAcrossBatchesAndATakenBatchCannotGrow) {
     queue.push(AddWriter{2, std::make_unique<TrackedWriter>()});
     const std::unique_ptr<CommandQueue::Batch> first = queue.take();
     queue.push(RemoveWriter{1});
-    queue.push(AttachVirtualGamepad{0});
+    queue.push(AttachVirtualGamepad{0, 1});
     const std::unique_ptr<CommandQueue::Batch> second = queue.take();
 
     ASSERT_NE(first, nullptr);

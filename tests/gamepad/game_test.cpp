@@ -8,6 +8,7 @@
 #include "gamepad/gamepad_impl.h"
 #include "gamepad/gamepads.h"
 #include "platform/monotonic_clock.h"
+#include "support/eventually.h"
 
 namespace gamepad {
 namespace {
@@ -150,11 +151,11 @@ TEST_F(GameTest, VirtualPadFollowsTheSettingAndTheAnswersOfTheThread) {
     EXPECT_EQ(panel->virtual_gamepad_state(), State::Connected);
     EXPECT_EQ(panel->virtual_gamepad_index(), 2);
     core().set_virtual_gamepad_enabled(true);  // in line already
-    core().on_attach_success(2);               // a stray success while Connected
+    core().on_attach_success(2, 0);            // a late answer while Connected: the pad stays
     core().set_virtual_gamepad_enabled(false);
     EXPECT_EQ(panel->virtual_gamepad_index(), -1);
     step();
-    EXPECT_THAT(commands_seen(), ElementsAre("detach 2", "detach 2"));
+    EXPECT_THAT(commands_seen(), ElementsAre("detach 2"));
     EXPECT_EQ(changes.count(), 3);  // Connecting, Connected, Disabled
 
     // Off while the attach is in flight: the late success is taken down again.
@@ -165,19 +166,21 @@ TEST_F(GameTest, VirtualPadFollowsTheSettingAndTheAnswersOfTheThread) {
     EXPECT_THAT(commands_seen(), ElementsAre("attach 0", "detach 2"));
     EXPECT_EQ(panel->virtual_gamepad_state(), State::Disabled);
 
-    // Off and on again while it is in flight: the first answer counts for the pending attach.
+    // Off and on again while it is in flight: the second attach replaces the first pad, whose
+    // late answer changes nothing.
     core().set_virtual_gamepad_enabled(true);
     core().set_virtual_gamepad_enabled(false);
     core().set_virtual_gamepad_enabled(true);
     step();
     step();
-    EXPECT_THAT(commands_seen(), ElementsAre("attach 0", "attach 0", "detach 2"));
+    EXPECT_THAT(commands_seen(), ElementsAre("attach 0", "detach 2", "attach 0"));
     EXPECT_EQ(panel->virtual_gamepad_state(), State::Connected);
     core().set_virtual_gamepad_enabled(false);
     step();
-    commands_seen();
+    EXPECT_THAT(commands_seen(), ElementsAre("detach 2"));
 
-    // A failure stays until the setting goes off; off while connecting swallows it.
+    // A failure stays until the setting goes off; off while connecting swallows it, and so does
+    // a newer attach.
     backend->script_attach(3, 0);
     changes.clear();
     core().set_virtual_gamepad_enabled(true);
@@ -185,9 +188,8 @@ TEST_F(GameTest, VirtualPadFollowsTheSettingAndTheAnswersOfTheThread) {
     EXPECT_EQ(panel->virtual_gamepad_state(), State::Error);
     EXPECT_EQ(panel->virtual_gamepad_error(), "error 3");
     core().set_virtual_gamepad_enabled(true);
-    core().on_attach_success(1);  // Error and a stray success: detach it
     step();
-    EXPECT_THAT(commands_seen(), ElementsAre("attach 0", "attach_error_text 3", "detach 1"));
+    EXPECT_THAT(commands_seen(), ElementsAre("attach 0", "attach_error_text 3"));
     core().set_virtual_gamepad_enabled(false);
     EXPECT_TRUE(panel->virtual_gamepad_error().isEmpty());
     core().set_virtual_gamepad_enabled(true);
@@ -196,7 +198,40 @@ TEST_F(GameTest, VirtualPadFollowsTheSettingAndTheAnswersOfTheThread) {
     EXPECT_THAT(commands_seen(), ElementsAre("attach 0", "attach_error_text 3"));
     EXPECT_EQ(panel->virtual_gamepad_state(), State::Disabled);
     EXPECT_TRUE(panel->virtual_gamepad_error().isEmpty());
-    EXPECT_EQ(changes.count(), 5);  // Connecting, Error, Disabled, Connecting, Disabled
+    core().set_virtual_gamepad_enabled(true);
+    core().on_attach_error("late", 1);
+    EXPECT_EQ(panel->virtual_gamepad_state(), State::Connecting);
+    step();
+    EXPECT_EQ(panel->virtual_gamepad_state(), State::Error);
+    EXPECT_EQ(changes.count(), 7);  // Connecting, Error, Disabled, Connecting, Disabled, and again
+                                    // Connecting, Error
+}
+
+// Without users the thread pauses, but the virtual pad follows the setting all the same: what
+// was queued runs, and so does what comes later, and no pad is read. The outputs go empty.
+TEST_F(GameTest, APausedCoreStillFollowsTheSettingWithoutPolling) {
+    std::unique_ptr<Gamepads> panel = core().use();
+    step();
+    panel->gamepad(0)->impl()->set_constant(1, AttributeValue::make_trigger(0.5),
+                                            platform::monotonic_now_ns() + one_hour_ns);
+    step();
+    EXPECT_EQ(backend->written(0).values[1].as_trigger(), 0.5);
+    backend->take_calls();
+    core().set_virtual_gamepad_enabled(true);
+    core().set_virtual_gamepad_enabled(false);
+    panel.reset();  // paused with the attach still queued
+    ASSERT_TRUE(ticks->step());
+    deliver();  // its late success sends a detach to the sleeping thread
+    std::vector<std::string> calls;
+    ASSERT_TRUE(eventually([&] {
+        for (std::string& call : backend->take_calls())
+            calls.push_back(call);
+        return calls.size() == 5;
+    }));
+    EXPECT_THAT(calls, ElementsAre("write_gamepad 0", "write_gamepad 1", "write_gamepad 2",
+                                   "attach 0", "detach 2"));
+    EXPECT_EQ(backend->written(0).values[1].kind, AttributeValue::Kind::Empty);
+    EXPECT_EQ(thread_state(), ReadThreadState::Pause);
 }
 
 TEST_F(GameTest, OneWriterPerAttributeAndOneFeedPerPad) {

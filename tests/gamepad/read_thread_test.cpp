@@ -10,6 +10,7 @@
 #include "gamepad/constant_writer.h"
 #include "platform/monotonic_clock.h"
 #include "support/allocation_counter.h"
+#include "support/eventually.h"
 
 namespace gamepad {
 namespace {
@@ -130,18 +131,24 @@ TEST_F(ReadThreadTest, BackendCallsComeInTickOrderFromThePollingThread) {
                     "gamepad_capabilities 1", "attribute_count 1", "refresh_gamepads 0",
                     "read_gamepad 0", "read_gamepad 1", "write_gamepad 0", "write_gamepad 1"));
     backend->script_attach(3, 0);
-    thread->push_command(AttachVirtualGamepad{0});
-    thread->push_command(DetachVirtualGamepad{2});
-    step();  // no refresh within a second of the last one
+    thread->push_command(AttachVirtualGamepad{0, 1});
+    thread->push_command(DetachVirtualGamepad{2, 1});  // nothing attached: dropped
+    step();                                            // no refresh within a second of the last one
     EXPECT_THAT(backend->take_calls(),
-                ElementsAre("attach 0", "attach_error_text 3", "detach 2", "read_gamepad 0",
-                            "read_gamepad 1", "write_gamepad 0", "write_gamepad 1"));
+                ElementsAre("attach 0", "attach_error_text 3", "read_gamepad 0", "read_gamepad 1",
+                            "write_gamepad 0", "write_gamepad 1"));
     backend->script_attach(0, 2);
-    thread->push_command(AttachVirtualGamepad{0});
+    thread->push_command(AttachVirtualGamepad{0, 2});
+    thread->push_command(AttachVirtualGamepad{0, 3});  // before the detach of the one before
+    thread->push_command(DetachVirtualGamepad{2, 2});  // replaced already
     step();
+    EXPECT_THAT(backend->take_calls(),
+                ElementsAre("attach 0", "detach 2", "attach 0", "read_gamepad 0", "read_gamepad 1",
+                            "write_gamepad 0", "write_gamepad 1"));
     EXPECT_THAT(log->take(),
                 ElementsAre("changed 0", "metadata 0", "connected 0", "changed 1", "metadata 1",
-                            "connected 1", "any", "attach error error 3", "attach success 2"));
+                            "connected 1", "any", "attach error error 3 #1", "attach success 2 #2",
+                            "attach success 2 #3"));
 }
 
 // Logs what the thread does with it, and holds its button at `pressed` while active.
@@ -387,30 +394,43 @@ TEST_F(ReadThreadTest, AnyRateArmsAWholeMillisecondPeriodAndNeverStalls) {
     EXPECT_THAT(ticks->armed(), ElementsAre(4, 1000, 1));
 }
 
-TEST_F(ReadThreadTest, PauseStopsTheWorkAndResumeRunsTheWaitingCommandsAtOnce) {
+// A pause empties the outputs once and runs the commands, also those it is woken for, but
+// reads and writes no pad; a stop after it writes nothing more.
+TEST_F(ReadThreadTest, PauseRunsCommandsEmptiesTheOutputsOnceAndResumeTicksAtOnce) {
     start({pad_with(three_rows)});
+    thread->push_command(
+        AddWriter{1, std::make_unique<ConstantWriter>(0, "t", AttributeValue::make_trigger(0.5),
+                                                      std::numeric_limits<std::int64_t>::max())});
     step();
+    EXPECT_EQ(backend->written(0).values[1].as_trigger(), 0.5);
+    backend->take_calls();
     ReadThreadState running = ReadThreadState::Run;
     ASSERT_TRUE(thread->control().state.compare_exchange_strong(running, ReadThreadState::Pause));
+    thread->push_command(AttachVirtualGamepad{0, 1});
     ASSERT_TRUE(ticks->step());  // wakes, sees the pause, and sleeps on the event
     EXPECT_TRUE(ticks->wait_until(ManualTicks::Waiting::Event));
     EXPECT_EQ(ticks->cancels(), 1);
-    backend->take_calls();
-    thread->push_command(DetachVirtualGamepad{0});
+    EXPECT_EQ(backend->written(0).values[1].kind, AttributeValue::Kind::Empty);
+    EXPECT_THAT(backend->take_calls(), ElementsAre("write_gamepad 0", "attach 0"));
+    thread->push_command(DetachVirtualGamepad{0, 1});
+    thread->control().ticks->set_event();
+    ASSERT_TRUE(eventually([&] { return !backend->calls().empty(); }));
+    EXPECT_TRUE(ticks->wait_until(ManualTicks::Waiting::Event));
+    EXPECT_THAT(backend->take_calls(), ElementsAre("detach 0"));
 
+    thread->push_command(RemoveWriter{1});
     ReadThreadState paused = ReadThreadState::Pause;
     ASSERT_TRUE(thread->control().state.compare_exchange_strong(paused, ReadThreadState::Run));
     thread->control().ticks->set_event();
     ASSERT_TRUE(ticks->wait_until(ManualTicks::Waiting::TimerOrEvent));
-    EXPECT_THAT(backend->take_calls(),
-                ElementsAre("detach 0", "read_gamepad 0", "write_gamepad 0"));
+    EXPECT_THAT(backend->take_calls(), ElementsAre("read_gamepad 0", "write_gamepad 0"));
     EXPECT_THAT(ticks->armed(), ElementsAre(4, 4));  // armed anew after the pause
 
     running = ReadThreadState::Run;
     thread->control().state.compare_exchange_strong(running, ReadThreadState::Pause);
     ASSERT_TRUE(ticks->step());
     thread.reset();  // returns although the thread sleeps on its event
-    EXPECT_THAT(backend->take_calls(), IsEmpty());
+    EXPECT_THAT(backend->take_calls(), ElementsAre("write_gamepad 0"));
 }
 
 TEST(ReadThreadOnTheRealTimer, TicksAtItsRateAndStopsWhilePaused) {

@@ -54,8 +54,7 @@ TEST_F(PreferencesTest, SwitchedOffThePanelTouchesNothing) {
 }
 
 // On: the core starts, the pad comes up and is named; rebuilding sends nothing more; off: the
-// pad goes. When the panel was the core's only user the core pauses at once, and the pad goes
-// when the core runs again.
+// pad goes, also when the panel was the core's only user and the core pauses, polling nothing.
 TEST_F(PreferencesTest, TheCheckboxAttachesAndDetachesTheVirtualPad) {
     preferences_panel.script_value("virtualenabled", true);
     build_preferences();
@@ -83,13 +82,11 @@ TEST_F(PreferencesTest, TheCheckboxAttachesAndDetachesTheVirtualPad) {
 
     ASSERT_TRUE(switch_virtual_pad(false));
     EXPECT_EQ(label_texts(preferences_panel).size(), 1u);  // the rate's description only
-    QThread::msleep(50);
-    EXPECT_EQ(reads_during_a_while(0), 0u);
-    EXPECT_EQ(zestsim::plugged_targets(), 1u);
-    auto node = make_node("io.zestworks.gamepad.rumblegamepad");
     EXPECT_TRUE(eventually([] { return zestsim::plugged_targets() == 0; }));
+    EXPECT_EQ(reads_during_a_while(0), 0u);
 
-    ASSERT_TRUE(switch_virtual_pad(true));  // with another user the pad goes at once
+    auto node = make_node("io.zestworks.gamepad.rumblegamepad");
+    ASSERT_TRUE(switch_virtual_pad(true));  // with another user the core goes on running
     ASSERT_TRUE(switch_virtual_pad(false));
     EXPECT_TRUE(eventually([] { return zestsim::plugged_targets() == 0; }));
 }
