@@ -84,7 +84,7 @@ void add_round_trips(ReportTable& table) {
 }
 
 void add_tick_scaling(ReportTable& table) {
-    const TickScaling scaling = measure_tick_scaling(5, 20'000);
+    const TickScaling scaling = measure_tick_scaling(7, 20'000);
     double allocations = 0.0;
     for (const TickSeries& series : scaling.series) {
         std::vector<double> x;
@@ -186,7 +186,7 @@ public:
             {"no pad", {"pad unplug 0", "pad unplug 1", "pad unplug 2", "pad unplug 3"}, 0.0, {}},
             {"1 pad idle", {"pad plug 0", "pad unplug 1", "pad unplug 2", "pad unplug 3"}, 0.0, {}},
             {"4 pads idle", {"pad plug 0", "pad plug 1", "pad plug 2", "pad plug 3"}, 1.2, {}}};
-        for (int round = 0; round < 4; ++round) {
+        for (int round = 0; round < 6; ++round) {
             for (std::size_t s = 0; s < scenarios.size(); ++s) {
                 Scenario& scenario = scenarios[round % 2 == 0 ? s : scenarios.size() - 1 - s];
                 run(scenario.lines);
@@ -201,7 +201,7 @@ public:
              "set preferences feedgamepad \"Gamepad 1\""});
         session_.run_for(300);
         scenarios.push_back({"virtual pad fed by pad 0", {}, 0.0, {}});
-        sample_cpu_shares(ours, peer, 8, 500, scenarios.back().shares);
+        sample_cpu_shares(ours, peer, 12, 500, scenarios.back().shares);
         for (const Scenario& scenario : scenarios) {
             add_at_most(table, format("polling thread CPU, rate 1000, %s", scenario.name),
                         "% of a core", median(scenario.shares.ours), median(scenario.shares.peer),
