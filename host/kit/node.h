@@ -20,9 +20,12 @@ public:
     void clear() { posted_.clear(); }
     // Called after each post: where a host routes the event on.
     void set_listener(std::function<void()> listener) { listener_ = std::move(listener); }
+    // Called first on each post, before anything is recorded: a bench's clock.
+    void set_tap(std::function<void()> tap) { tap_ = std::move(tap); }
 
     // Main thread, from zest_event_post.
     void record(std::uint64_t event_id) {
+        if (tap_) tap_();
         posted_.push_back(event_id);
         if (listener_) listener_();
     }
@@ -30,6 +33,7 @@ public:
 private:
     std::vector<std::uint64_t> posted_;
     std::function<void()> listener_;
+    std::function<void()> tap_;
 };
 
 // The host's side of one node instance; its address is the ZestNode handle. Main thread.
