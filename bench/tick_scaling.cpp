@@ -54,7 +54,7 @@ public:
         thread_ = std::make_unique<gamepad::ReadThread>(backend_.get(), std::move(owned));
         pads_ = physical_pads;
         if (with_virtual_pad) {
-            thread_->push_command(gamepad::AttachVirtualGamepad{0});
+            thread_->push_command(gamepad::AttachVirtualGamepad{0, 1});
             virtual_pad_ = physical_pads;  // the lowest free user index
             ++pads_;
         }

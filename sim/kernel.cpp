@@ -32,13 +32,17 @@ std::shared_ptr<KernelObject> Kernel::remove(HANDLE handle) {
 }
 
 void Kernel::count(std::string_view function, std::size_t user) {
-    ++calls_[{std::string(function), no_user}];
-    if (user != no_user) ++calls_[{std::string(function), user}];
+    auto found = calls_.find(function);
+    if (found == calls_.end()) found = calls_.try_emplace(std::string(function)).first;
+    ++found->second[no_user];
+    if (user != no_user) ++found->second[user];
 }
 
 std::uint64_t Kernel::calls(const std::string& function, std::size_t user) const {
-    const auto found = calls_.find({function, user});
-    return found == calls_.end() ? 0 : found->second;
+    const auto found = calls_.find(function);
+    if (found == calls_.end()) return 0;
+    const auto by_user = found->second.find(user);
+    return by_user == found->second.end() ? 0 : by_user->second;
 }
 
 void Kernel::clear_counts() {

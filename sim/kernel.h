@@ -68,7 +68,9 @@ public:
 private:
     std::map<HANDLE, std::shared_ptr<KernelObject>> handles_;
     std::uintptr_t next_handle_ = 0x1000;  // never reused: a closed handle stays invalid
-    std::map<std::pair<std::string, std::size_t>, std::uint64_t> calls_;
+    // By function, then by user index (no_user for the function's total). Looked up by view, so
+    // that counting a call makes no string: XInputGetState is counted on every tick.
+    std::map<std::string, std::map<std::size_t, std::uint64_t>, std::less<>> calls_;
 };
 
 // Per thread, as on Windows.
