@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Sets the machine up, then builds every suite and runs it in the dev, asan and tsan presets,
-# then cross-builds the Windows DLL and runs its suite under Wine (scripts/windows.sh).
+# then cross-builds the Windows DLL, packs its zip and runs its suite under Wine on the unpacked
+# zip (scripts/windows.sh).
 # Stops at the first failure and ends with one line that counts the tests of all presets.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -39,7 +40,7 @@ build/release/host/zesthost run examples/demo.scenario >/dev/null || {
   summary
   exit 1
 }
-# The Windows DLL, cross-built, and run under Wine after the Linux presets.
+# The Windows DLL, cross-built, packed and run under Wine after the Linux presets.
 echo "== windows"
 step bash scripts/windows.sh
 summary

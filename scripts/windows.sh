@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds the Windows artefacts here and runs them under Wine: QtCore cross-built once with
 # mingw-w64 from Debian's own Qt source into a cache folder, then io.zestworks.gamepad.dll,
-# zestdeck.exe and the Windows suite (the windows preset). As root on Debian 12.
+# zestdeck.exe, the zip a user installs from and the Windows suite (the windows preset).
+# `windows.sh package` only builds the zip. As root on Debian 12.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 cache=${ZEST_WINDOWS_CACHE:-${HOME:-/root}/.cache/zestworks-windows}
@@ -11,14 +12,43 @@ export WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
 
 bash scripts/setup.sh g++-mingw-w64-x86-64-posix wine64 dpkg-dev xz-utils
 
+# Source packages from the places the machine already takes its binary ones from, so that
+# another mirror or a proxy serves them too: every "deb" entry again as "deb-src".
+enable_source_packages() {
+  local list=/etc/apt/sources.list.d/zestworks-deb-src one_line=() deb822=() file
+  for file in /etc/apt/sources.list /etc/apt/sources.list.d/*.list; do
+    if [[ -f $file && $file != "$list.list" ]]; then one_line+=("$file"); fi
+  done
+  for file in /etc/apt/sources.list.d/*.sources; do
+    if [[ -f $file && $file != "$list.sources" ]]; then deb822+=("$file"); fi
+  done
+  {
+    ((${#one_line[@]} == 0)) || sed -n 's/^[[:space:]]*deb[[:space:]]/deb-src /p' "${one_line[@]}"
+  } >"$list.list"
+  # One stanza is one record; a stanza whose types include "deb" comes again as "deb-src".
+  {
+    ((${#deb822[@]} == 0)) || awk '
+      BEGIN { RS = "" }
+      {
+        n = split($0, line, "\n"); binary = 0; stanza = ""
+        for (i = 1; i <= n; i++) {
+          if (line[i] ~ /^Types:/) {
+            m = split(line[i], type, /[ \t]+/)
+            for (j = 2; j <= m; j++) if (type[j] == "deb") binary = 1
+            line[i] = "Types: deb-src"
+          }
+          stanza = stanza line[i] "\n"
+        }
+        if (binary) printf "%s\n", stanza
+      }' "${deb822[@]}"
+  } >"$list.sources"
+  apt-get update -q
+}
+
 build_qt() {
   local sources=$cache/qt-source build=$cache/qt-build
   if ! ls "$sources"/qt6-base-*/CMakeLists.txt >/dev/null 2>&1; then
-    if ! apt-get source --print-uris qt6-base >/dev/null 2>&1; then
-      printf 'Types: deb-src\nURIs: http://deb.debian.org/debian\nSuites: bookworm\nComponents: main\nSigned-By: /usr/share/keyrings/debian-archive-keyring.gpg\n' \
-        >/etc/apt/sources.list.d/zestworks-deb-src.sources
-      apt-get update -q
-    fi
+    apt-get source --print-uris qt6-base >/dev/null 2>&1 || enable_source_packages
     rm -rf "$sources" && mkdir -p "$sources"
     (cd "$sources" && apt-get source -q qt6-base)
   fi
@@ -40,4 +70,11 @@ if [[ ! -f $ZEST_WINDOWS_QT/lib/cmake/Qt6Core/Qt6CoreConfig.cmake ]]; then
   echo "windows: cross-building QtCore into $ZEST_WINDOWS_QT (once)"
   build_qt
 fi
-cmake --workflow --preset windows
+# The notices of the zip name the exact Debian version of the Qt source.
+ZEST_WINDOWS_QT_SOURCE=$(sed -n 's/^Version: //p' "$cache"/qt-source/qt6-base_*.dsc 2>/dev/null || true)
+export ZEST_WINDOWS_QT_SOURCE
+case ${1:-} in
+  package) cmake --workflow --preset windows-package ;;
+  "") cmake --workflow --preset windows ;;
+  *) echo "usage: windows.sh [package]" >&2; exit 2 ;;
+esac

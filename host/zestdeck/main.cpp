@@ -8,6 +8,7 @@
 
 #include <setupapi.h>
 #include <tlhelp32.h>
+#include <winver.h>
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -75,6 +76,36 @@ bool eventually(const std::function<bool()>& done, int timeout_ms = 10000) {
     return done();
 }
 
+// The version resource as Explorer shows it: the fixed file and product versions, then the
+// texts of the first language, "" when there is none.
+std::string version_resource(const std::string& path) {
+    std::string block(GetFileVersionInfoSizeA(path.c_str(), nullptr), '\0');
+    if (block.empty() || !GetFileVersionInfoA(path.c_str(), 0, block.size(), block.data()))
+        return "";
+    void* value = nullptr;
+    UINT size = 0;
+    if (!VerQueryValueA(block.data(), "\\", &value, &size) || size < sizeof(VS_FIXEDFILEINFO))
+        return "";
+    const auto* fixed = static_cast<const VS_FIXEDFILEINFO*>(value);
+    const auto dotted = [](DWORD high, DWORD low) {
+        return std::to_string(HIWORD(high)) + "." + std::to_string(LOWORD(high)) + "." +
+               std::to_string(HIWORD(low)) + "." + std::to_string(LOWORD(low));
+    };
+    std::string text = dotted(fixed->dwFileVersionMS, fixed->dwFileVersionLS) + " " +
+                       dotted(fixed->dwProductVersionMS, fixed->dwProductVersionLS);
+    if (!VerQueryValueA(block.data(), "\\VarFileInfo\\Translation", &value, &size) || size < 4)
+        return text;
+    const auto* language = static_cast<const WORD*>(value);
+    char prefix[64];
+    std::snprintf(prefix, sizeof prefix, "\\StringFileInfo\\%04x%04x\\", language[0], language[1]);
+    for (const char* name : {"FileVersion", "ProductVersion", "ProductName", "CompanyName"}) {
+        const bool found =
+            VerQueryValueA(block.data(), (prefix + std::string(name)).c_str(), &value, &size);
+        text += std::string(" ") + (found ? static_cast<const char*>(value) : "-");
+    }
+    return text;
+}
+
 std::string last_label(const hostkit::Panel& panel) {
     std::string text;
     for (const hostkit::Control& control : panel.controls()) {
@@ -83,12 +114,17 @@ std::string last_label(const hostkit::Panel& panel) {
     return text;
 }
 
-void run(const hostkit::PluginExports& plugin) {
+void run(const hostkit::PluginExports& plugin, const std::string& path) {
     plugin.set_handle(hostkit::host_handle());
     PluginInfo info{};
     plugin.get_info(&info);
     check(std::string(info.id) == "io.zestworks.gamepad" && std::string(info.version) == "0.9.4",
           std::string("described: ") + info.id + " " + info.version + ", " + info.name);
+    const std::string version = info.version;
+    const std::string resource = version_resource(path);
+    check(resource ==
+              version + ".0 " + version + ".0 " + version + " " + version + " zestworks zestworks",
+          "version resource: " + resource);
     check(info.icon != nullptr && info.icon->size == 493, "the icon has its 493 bytes");
     hostkit::Registry registry;
     plugin.load(registry.handle());
@@ -161,7 +197,7 @@ int main(int argc, char** argv) {
     try {
         const hostkit::PluginExports plugin = hostkit::open_plugin(argv[1]);
         check(plugin.sdk_version() == 1, "sdk version 1");
-        run(plugin);
+        run(plugin, argv[1]);
         plugin.unload();
         check(eventually([&] { return thread_count() <= threads; }),
               "unloaded, " + std::to_string(thread_count() - threads) + " threads left");

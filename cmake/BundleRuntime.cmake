@@ -1,0 +1,52 @@
+# Runs at install time: copies into the install prefix the DLLs that a module needs, directly or
+# through one another, from FOLDERS (Qt's and the compiler's). Whatever none of them holds is
+# Windows' own or the host's. Windows matches DLL names without regard to case, so this does too.
+# A stripped install (cmake --install --strip, CPACK_STRIP_FILES) strips the copies as well.
+
+cmake_policy(VERSION 3.25)
+
+# zest_bundle_runtime(MODULE OBJDUMP STRIP FOLDERS...)
+function(zest_bundle_runtime module objdump strip)
+  set(names)
+  set(paths)
+  foreach(folder IN LISTS ARGN)
+    file(GLOB dlls "${folder}/*.dll")
+    foreach(dll IN LISTS dlls)
+      get_filename_component(name "${dll}" NAME)
+      string(TOLOWER "${name}" name)
+      if(NOT name IN_LIST names)
+        list(APPEND names "${name}")
+        list(APPEND paths "${dll}")
+      endif()
+    endforeach()
+  endforeach()
+
+  set(queue "${module}")
+  set(seen)
+  set(bundled)
+  while(queue)
+    list(POP_FRONT queue current)
+    execute_process(COMMAND "${objdump}" -p "${current}" OUTPUT_VARIABLE table
+                    COMMAND_ERROR_IS_FATAL ANY)
+    string(REGEX MATCHALL "DLL Name: [^\n]+" imports "${table}")
+    foreach(import IN LISTS imports)
+      string(REGEX REPLACE "^DLL Name: " "" name "${import}")
+      string(TOLOWER "${name}" name)
+      list(FIND names "${name}" at)
+      if(at GREATER_EQUAL 0 AND NOT name IN_LIST seen)
+        list(APPEND seen "${name}")
+        list(GET paths ${at} dll)
+        list(APPEND bundled "${dll}")
+        list(APPEND queue "${dll}")
+      endif()
+    endforeach()
+  endwhile()
+  file(INSTALL ${bundled} DESTINATION "${CMAKE_INSTALL_PREFIX}" TYPE SHARED_LIBRARY)
+  if(CMAKE_INSTALL_DO_STRIP)
+    foreach(dll IN LISTS bundled)
+      get_filename_component(name "${dll}" NAME)
+      execute_process(COMMAND "${strip}" --strip-unneeded "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/${name}"
+                      COMMAND_ERROR_IS_FATAL ANY)
+    endforeach()
+  endif()
+endfunction()
