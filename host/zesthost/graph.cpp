@@ -58,9 +58,21 @@ void Graph::send(GraphNode& to) {
     if (!draining_) drain();
 }
 
+void Graph::remove(GraphNode& node) {
+    for (const auto& other : nodes_)
+        std::erase(other->children, &node);
+    std::erase_if(nodes_, [&](const auto& owned) { return owned.get() == &node; });
+}
+
 GraphNode* Graph::find(const std::string& name) const {
     auto found = std::find_if(nodes_.begin(), nodes_.end(),
                               [&](const auto& node) { return node->name == name; });
+    return found == nodes_.end() ? nullptr : found->get();
+}
+
+GraphNode* Graph::find_panel(const hostkit::Panel& panel) const {
+    auto found = std::find_if(nodes_.begin(), nodes_.end(),
+                              [&](const auto& node) { return &node->panel == &panel; });
     return found == nodes_.end() ? nullptr : found->get();
 }
 

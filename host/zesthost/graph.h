@@ -65,7 +65,11 @@ public:
     // Destroys every node, children before nothing: the plug-in needs no order.
     void clear();
 
+    // Destroys a node and every edge to it. Not while events are being delivered.
+    void remove(GraphNode& node);
+
     GraphNode* find(const std::string& name) const;
+    GraphNode* find_panel(const hostkit::Panel& panel) const;
     const std::vector<std::unique_ptr<GraphNode>>& nodes() const { return nodes_; }
     // Rebuilds the panels the plug-in asked to have rebuilt.
     void refresh();
