@@ -9,16 +9,17 @@ cmake --preset "$preset" >/dev/null
 cmake --build --preset "$preset" --target zesthost
 scenario=$(mktemp --suffix=.scenario)
 trap 'rm -f "$scenario"' EXIT
-cat >"$scenario" <<'SCENARIO'
+cat >"$scenario" <<SCENARIO
 pad plug 0
-pad plug 2 guitar
-wait until virtual connected
+pad plug 2
+load "$PWD/examples/demo.graph.json"
+wait until text preferences "Connected as Gamepad 2"
+wait 100ms
 pad triggers 0 200 60
 pad sticks 0 -20000 15000 9000 -24000
 pad press 0 a x
 wait until virtual b down within 2s
 wait until rumble 0 on within 1s
 SCENARIO
-QT_QPA_PLATFORM=offscreen "build/$preset/host/zesthost" gui examples/demo.graph.json \
-  --run "$scenario" --screenshot docs/zesthost-gui.png
+QT_QPA_PLATFORM=offscreen "build/$preset/host/zesthost" gui --run "$scenario" --screenshot docs/zesthost-gui.png
 echo "screenshot: docs/zesthost-gui.png"

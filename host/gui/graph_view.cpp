@@ -78,10 +78,11 @@ GraphView::GraphView(zesthost::Session& session, QWidget* parent)
         refresh();
     });
     connect(nodes_, &QListWidget::currentRowChanged, this, &GraphView::show_selected);
-    reload();
+    refresh();
 }
 
 void GraphView::reload() {
+    shown_changes_ = session_.graph().changes();
     const QString current =
         nodes_->currentItem() ? nodes_->currentItem()->data(Qt::UserRole).toString() : QString();
     // The nodes the panel showed may be gone, and new ones made at their addresses.
@@ -103,6 +104,7 @@ void GraphView::reload() {
 }
 
 void GraphView::refresh() {
+    if (session_.graph().changes() != shown_changes_) reload();
     for (int row = 0; row < nodes_->count(); ++row) {
         QListWidgetItem* item = nodes_->item(row);
         const zesthost::GraphNode* node =
@@ -131,7 +133,7 @@ void GraphView::add_node() {
     if (type == nullptr) return;
     const std::string name = free_name(session_.graph(), type->id);
     session_.add_node(name, *type);
-    reload();
+    refresh();
     select(name);
 }
 
@@ -151,7 +153,7 @@ void GraphView::delete_selected() {
     panel_ = nullptr;
     session_.trace().line("deleted " + node->name);
     session_.graph().remove(*node);
-    reload();
+    refresh();
 }
 
 void GraphView::show_selected() {

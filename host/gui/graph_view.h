@@ -24,14 +24,13 @@ class GraphView : public QWidget {
 public:
     explicit GraphView(zesthost::Session& session, QWidget* parent = nullptr);
 
-    // Lists the nodes again, after the graph was replaced.
-    void reload();
-    // Follows the names and the panel of the plug-in.
+    // Follows the graph, whoever changed it, and the names and the panel of the plug-in.
     void refresh();
     void select(const std::string& name);
     zesthost::GraphNode* selected() const;
 
 private:
+    void reload();
     void add_node();
     void connect_selected();
     void delete_selected();
@@ -47,6 +46,7 @@ private:
     QPushButton* delete_;
     QGroupBox* properties_;
     PanelView* panel_ = nullptr;
+    int shown_changes_ = -1;
 };
 
 }  // namespace zestgui

@@ -111,7 +111,6 @@ bool MainWindow::load(const std::string& path) {
         report(error.what());
         return false;
     }
-    graph_->reload();
     refresh();
     statusBar()->showMessage(QString::fromStdString("Loaded " + path));
     return true;

@@ -76,7 +76,7 @@ struct WindowOptions {
 
 bool run_window(zesthost::Session& session, const WindowOptions& options) {
     zestgui::MainWindow window(session);
-    window.resize(1180, 760);
+    window.resize(1100, 700);
     window.show();
     bool passed = options.graph.empty() || window.load(options.graph);
     if (!options.scenario.empty()) passed = run_scenario(session, options.scenario) && passed;
@@ -86,7 +86,10 @@ bool run_window(zesthost::Session& session, const WindowOptions& options) {
     }
     session.run_for(300);
     window.refresh();
-    if (!window.grab().save(QString::fromStdString(options.screenshot))) {
+    // A few colours are all a window has; a palette keeps the file small.
+    const QImage image =
+        window.grab().toImage().convertToFormat(QImage::Format_Indexed8, Qt::AvoidDither);
+    if (!image.save(QString::fromStdString(options.screenshot), "PNG", 0)) {
         session.trace().line("FAILED: can't write " + options.screenshot);
         return false;
     }
