@@ -6,7 +6,7 @@ set -euo pipefail
 
 packages=(
   cmake ninja-build g++ pkg-config
-  qt6-base-dev
+  qt6-base-dev qt6-qpa-plugins
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   "$@"
 )

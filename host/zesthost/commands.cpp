@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "zesthost/graph_file.h"
+#include "zesthost/pad_names.h"
 #include "zesthost/panel_text.h"
 #include "zestsim/zestsim.h"
 
@@ -42,34 +43,6 @@ std::optional<int> to_milliseconds(const std::string& text) {
     const std::optional<double> amount = to_double(text.substr(0, text.size() - (ms ? 2 : 1)));
     if (!amount || *amount < 0 || *amount > 3600) return std::nullopt;
     return static_cast<int>(std::lround(ms ? *amount : *amount * 1000.0));
-}
-
-std::optional<std::uint16_t> button_mask(const std::string& name) {
-    static const std::map<std::string, std::uint16_t> buttons{
-        {"up", 0x0001},    {"down", 0x0002}, {"left", 0x0004}, {"right", 0x0008}, {"start", 0x0010},
-        {"back", 0x0020},  {"ls", 0x0040},   {"rs", 0x0080},   {"lb", 0x0100},    {"rb", 0x0200},
-        {"guide", 0x0400}, {"a", 0x1000},    {"b", 0x2000},    {"x", 0x4000},     {"y", 0x8000}};
-    const auto found = buttons.find(name);
-    return found == buttons.end() ? std::nullopt : std::optional(found->second);
-}
-
-std::optional<zestsim::Subtype> pad_kind(const std::string& name) {
-    static const std::map<std::string, zestsim::Subtype> kinds{
-        {"gamepad", zestsim::Subtype::Gamepad},
-        {"wheel", zestsim::Subtype::Wheel},
-        {"flightstick", zestsim::Subtype::FlightStick},
-        {"guitar", zestsim::Subtype::Guitar},
-        {"drumkit", zestsim::Subtype::DrumKit}};
-    const auto found = kinds.find(name);
-    return found == kinds.end() ? std::nullopt : std::optional(found->second);
-}
-
-// The virtual pad as other programs see it: the first target the driver shows in XInput.
-std::optional<std::uint32_t> shown_target() {
-    for (std::uint32_t serial = 1; serial <= 64; ++serial) {
-        if (zestsim::target_user(serial) >= 0) return serial;
-    }
-    return std::nullopt;
 }
 
 std::string joined(const std::vector<std::string>& words, std::size_t from) {
@@ -263,9 +236,7 @@ bool Commands::add_node(const Args& args) {
     const hostkit::RegisteredNodeType* type = session_.registry().find(args[2]);
     if (type == nullptr) type = session_.registry().find(type_prefix + args[2]);
     if (type == nullptr) return fail("no node type " + args[2]);
-    GraphNode& node = session_.graph().add(args[1], *type, hostkit::Store{});
-    node.build();
-    session_.trace().line("node " + node.name + ": " + node.display_name());
+    session_.add_node(args[1], *type);
     return true;
 }
 
@@ -451,12 +422,7 @@ GraphNode* Commands::node_named(const std::string& name) {
 }
 
 void Commands::rebuild(const std::string& name) {
-    if (name == "preferences") {
-        session_.build_preferences();
-    } else if (GraphNode* node = session_.graph().find(name)) {
-        node->build();
-    }
-    session_.refresh();
+    if (hostkit::Panel* panel = panel_named(name)) session_.rebuild(*panel);
 }
 
 std::string Commands::path_of(const std::string& name) const {

@@ -41,6 +41,7 @@ GraphNode& Graph::add(const std::string& name, const hostkit::RegisteredNodeType
         node->store.set(key, value);
     listen(*node);
     nodes_.push_back(std::move(node));
+    ++changes_;
     return *nodes_.back();
 }
 
@@ -51,6 +52,7 @@ void Graph::connect(GraphNode& from, GraphNode& to) {
 void Graph::clear() {
     deliveries_.clear();
     nodes_.clear();
+    ++changes_;
 }
 
 void Graph::send(GraphNode& to) {
@@ -58,9 +60,22 @@ void Graph::send(GraphNode& to) {
     if (!draining_) drain();
 }
 
+void Graph::remove(GraphNode& node) {
+    for (const auto& other : nodes_)
+        std::erase(other->children, &node);
+    std::erase_if(nodes_, [&](const auto& owned) { return owned.get() == &node; });
+    ++changes_;
+}
+
 GraphNode* Graph::find(const std::string& name) const {
     auto found = std::find_if(nodes_.begin(), nodes_.end(),
                               [&](const auto& node) { return node->name == name; });
+    return found == nodes_.end() ? nullptr : found->get();
+}
+
+GraphNode* Graph::find_panel(const hostkit::Panel& panel) const {
+    auto found = std::find_if(nodes_.begin(), nodes_.end(),
+                              [&](const auto& node) { return &node->panel == &panel; });
     return found == nodes_.end() ? nullptr : found->get();
 }
 

@@ -65,8 +65,14 @@ public:
     // Destroys every node, children before nothing: the plug-in needs no order.
     void clear();
 
+    // Destroys a node and every edge to it. Not while events are being delivered.
+    void remove(GraphNode& node);
+
     GraphNode* find(const std::string& name) const;
+    GraphNode* find_panel(const hostkit::Panel& panel) const;
     const std::vector<std::unique_ptr<GraphNode>>& nodes() const { return nodes_; }
+    // Counts the nodes added and removed, for views to notice.
+    int changes() const { return changes_; }
     // Rebuilds the panels the plug-in asked to have rebuilt.
     void refresh();
 
@@ -86,6 +92,7 @@ private:
     std::deque<Delivery> deliveries_;
     bool draining_ = false;
     int depth_ = 0;  // of the delivery running now; 0 outside any
+    int changes_ = 0;
 };
 
 }  // namespace zesthost

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "zesthost/pad_names.h"
 #include "zestsim/zestsim.h"
 
 namespace zesthost {
@@ -59,15 +60,11 @@ void add_control(const Control& control, const std::string& indent,
 }
 
 std::string buttons_text(std::uint16_t buttons) {
-    static const char* const names[16] = {"up", "down", "left", "right", "start", "back",
-                                          "ls", "rs",   "lb",   "rb",    "guide", nullptr,
-                                          "a",  "b",    "x",    "y"};
     std::string text;
-    for (int bit = 0; bit < 16; ++bit) {
-        if ((buttons & (1u << bit)) != 0 && names[bit] != nullptr) {
-            if (!text.empty()) text += ' ';
-            text += names[bit];
-        }
+    for (const PadButton& button : pad_buttons()) {
+        if ((buttons & button.mask) == 0) continue;
+        if (!text.empty()) text += ' ';
+        text += button.name;
     }
     return text.empty() ? "none" : text;
 }

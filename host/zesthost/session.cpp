@@ -24,6 +24,13 @@ Session::~Session() {
     plugin_.unload();
 }
 
+GraphNode& Session::add_node(const std::string& name, const hostkit::RegisteredNodeType& type) {
+    GraphNode& node = graph_.add(name, type, hostkit::Store{});
+    node.build();
+    trace_.line("node " + node.name + ": " + node.display_name());
+    return node;
+}
+
 void Session::build_preferences() {
     preferences_asked_ = hostkit::preferences_invalidations().total;
     preferences_panel_.run_pass(plugin_.build_preferences);
@@ -72,6 +79,15 @@ void Session::save(const std::string& path) {
     }
     write_graph_file(path, description);
     trace_.line("saved " + path);
+}
+
+void Session::rebuild(hostkit::Panel& panel) {
+    if (&panel == &preferences_panel_) {
+        build_preferences();
+    } else if (GraphNode* node = graph_.find_panel(panel)) {
+        node->build();
+    }
+    refresh();
 }
 
 void Session::refresh() {

@@ -29,6 +29,9 @@ public:
     hostkit::Panel& preferences_panel() { return preferences_panel_; }
     Trace& trace() { return trace_; }
 
+    // A node of a type with an empty store, its panel built once, as a user adds one.
+    GraphNode& add_node(const std::string& name, const hostkit::RegisteredNodeType& type);
+
     void build_preferences();
     void confirm_preferences();
     // Replaces the graph and the preferences by a file's. Throws GraphFileError, and then
@@ -36,6 +39,9 @@ public:
     void load(const std::string& path);
     void save(const std::string& path);
 
+    // Runs a pass of a panel of this session, the preferences or a node's, after the user
+    // acted on it; then whatever that pass invalidated.
+    void rebuild(hostkit::Panel& panel);
     // Rebuilds the panels the plug-in asked for.
     void refresh();
     // Delivers what is pending and rebuilds what was asked, once, without waiting.

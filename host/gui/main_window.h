@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QMainWindow>
+#include <QTimer>
+
+#include <string>
+#include <vector>
+
+#include "zesthost/session.h"
+
+namespace zestgui {
+
+class EventLog;
+class GraphView;
+class PadView;
+class PanelView;
+
+// zesthost's window: the four simulated pads and the virtual pad, the bus driver's switch,
+// the preferences panel, the graph with the selected node's panel, and the event log. It
+// shows what the machine and the plug-in do about 30 times a second, and keeps every panel
+// open as the command line does: what the plug-in asks to have rebuilt is rebuilt.
+class MainWindow : public QMainWindow {
+public:
+    explicit MainWindow(zesthost::Session& session);
+
+    // A graph file, as the command "load" reads it; an error goes to the log and the status bar.
+    bool load(const std::string& path);
+    bool save(const std::string& path);
+    // One look at the machine and the plug-in, as the timer takes it.
+    void refresh();
+
+private:
+    void open_file();
+    void save_file();
+    QWidget* make_pads();
+    QWidget* make_preferences();
+    void report(const std::string& message);
+
+    zesthost::Session& session_;
+    std::vector<PadView*> pads_;
+    PanelView* preferences_ = nullptr;
+    GraphView* graph_ = nullptr;
+    EventLog* log_ = nullptr;
+    QTimer timer_;
+};
+
+}  // namespace zestgui
