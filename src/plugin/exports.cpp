@@ -49,7 +49,7 @@ void zplugin_get_info(PluginInfo* info) {
     if (info != nullptr) {
         info->id = "io.zestworks.gamepad";
         info->name = plugin_tr("Name");
-        info->version = "0.9.4";
+        info->version = ZEST_PLUGIN_VERSION;
         info->vendor = "Zestworks";
         info->contact = "support@zestworks.io";
         info->description = plugin_tr("Description");
