@@ -11,12 +11,21 @@ QEvent::Type DeliveryEvent::event_type() {
 }
 
 DeliveryEvent* DeliveryEvent::make(Slot* slots, std::size_t slot_count, std::size_t subject) {
-    for (std::size_t i = 0; i < slot_count; ++i) {
-        if (!slots[i].taken.exchange(true)) return new (&slots[i]) DeliveryEvent(subject);
+    Slot* slot = nullptr;
+    for (std::size_t i = 0; i < slot_count && slot == nullptr; ++i) {
+        if (!slots[i].taken.exchange(true)) slot = &slots[i];
     }
-    auto* slot = new Slot;
-    slot->on_heap = true;
-    return new (slot) DeliveryEvent(subject);
+    if (slot == nullptr) {
+        slot = new Slot;
+        slot->on_heap.store(true, std::memory_order_relaxed);
+    }
+    slot->subject.store(subject, std::memory_order_release);
+    return new (slot) DeliveryEvent;
+}
+
+std::size_t DeliveryEvent::subject() const {
+    return static_cast<const Slot*>(static_cast<const void*>(this))
+        ->subject.load(std::memory_order_acquire);
 }
 
 void* DeliveryEvent::operator new(std::size_t, Slot* slot) noexcept {
@@ -32,7 +41,7 @@ void DeliveryEvent::operator delete(void*, Slot* slot) noexcept {
 }
 
 void DeliveryEvent::give_back(Slot* slot) noexcept {
-    if (slot->on_heap) {
+    if (slot->on_heap.load(std::memory_order_relaxed)) {
         delete slot;
     } else {
         slot->taken.store(false);
