@@ -261,7 +261,10 @@ TEST_F(VirtualPadCoreTest, RandomSwitchingFaultsAndUnloadsEndInTheTruth) {
                 verdict = untruth(impl, preferences.get(), panel, node != nullptr);
                 return core->answered == core->sent && verdict.empty();
             };
-            eventually(look);
+            // Queued attaches block the polling thread about a second each, longer under a
+            // sanitizer on a busy machine: the step settles within a bound, not at a time.
+            for (int wait = 0; wait < 6 && !eventually(look); ++wait) {
+            }
             for (int again = 0; again < 3 && verdict.empty(); ++again) {  // and it stays so
                 QThread::msleep(5);
                 QCoreApplication::processEvents();
