@@ -105,25 +105,22 @@ void MainWindow::refresh() {
 }
 
 bool MainWindow::load(const std::string& path) {
+    return run_file_step([&] { session_.load(path); }, "Loaded " + path);
+}
+
+bool MainWindow::save(const std::string& path) {
+    return run_file_step([&] { session_.save(path); }, "Saved " + path);
+}
+
+bool MainWindow::run_file_step(const std::function<void()>& step, const std::string& done) {
     try {
-        session_.load(path);
+        step();
     } catch (const std::exception& error) {
         report(error.what());
         return false;
     }
     refresh();
-    statusBar()->showMessage(QString::fromStdString("Loaded " + path));
-    return true;
-}
-
-bool MainWindow::save(const std::string& path) {
-    try {
-        session_.save(path);
-    } catch (const std::exception& error) {
-        report(error.what());
-        return false;
-    }
-    statusBar()->showMessage(QString::fromStdString("Saved " + path));
+    statusBar()->showMessage(QString::fromStdString(done));
     return true;
 }
 

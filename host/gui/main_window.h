@@ -3,6 +3,7 @@
 #include <QMainWindow>
 #include <QTimer>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,8 @@ private:
     QWidget* make_pads();
     QWidget* make_preferences();
     void report(const std::string& message);
+    // Runs a load or a save: an error is reported, success refreshes and shows `done`.
+    bool run_file_step(const std::function<void()>& step, const std::string& done);
 
     zesthost::Session& session_;
     std::vector<PadView*> pads_;
