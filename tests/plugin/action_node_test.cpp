@@ -49,10 +49,7 @@ protected:
     void connect_virtual_pad() {
         ASSERT_TRUE(switch_virtual_pad(true));
         auto probe = make_node(id_of("pressgamepadbutton"));
-        ASSERT_TRUE(eventually([&] {
-            probe->build();
-            return !probe->panel.find_key("!gamepad")->entries.empty();
-        }));
+        ASSERT_TRUE(await_pad_list(*probe, 1));
     }
 
     // A node with a pad and an attribute chosen and a duration set, ready to fire.
@@ -85,10 +82,8 @@ TEST_F(ActionNodeTest, OnlyRumbleChoosesAPadWithoutTheVirtualPad) {
         EXPECT_EQ(node->panel.controls()[1].text, "Disabled");
     }
     auto rumble = make_node(id_of("rumblegamepad"));
-    ASSERT_TRUE(eventually([&] { return rumble->node.properties_invalidations().total > 0; }));
-    rumble->build();
+    ASSERT_TRUE(await_pad_list(*rumble, 4));  // every pad has motors
     EXPECT_THAT(label_texts(rumble->panel), ElementsAre("Gamepad"));
-    EXPECT_EQ(rumble->panel.find_key("!gamepad")->entries.size(), 4u);  // every pad has motors
 
     connect_virtual_pad();
     auto press = make_node(id_of("pressgamepadbutton"));

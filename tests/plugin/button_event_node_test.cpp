@@ -27,12 +27,6 @@ std::vector<std::string> labels(const hostkit::Control* list) {
 
 class ButtonEventNodeTest : public PluginTest {
 protected:
-    // The pads' metadata reaches the main thread after the first ticks; the node asks the host
-    // for a new pass then.
-    static void await_metadata(const HostNode& node) {
-        ASSERT_TRUE(eventually([&] { return node.node.properties_invalidations().total > 0; }));
-    }
-
     static std::size_t events(const HostNode& node) {
         return node.node.child_sink().posted().size();
     }
@@ -48,7 +42,7 @@ TEST_F(ButtonEventNodeTest, PressAndReleaseNodesFireOnTheirOwnTransitionsOnly) {
     EXPECT_EQ(press->panel.find_key("!attribute"), nullptr);
     EXPECT_EQ(press->display_name(), "On Gamepad Button Press");
 
-    await_metadata(*press);
+    ASSERT_TRUE(await_pad_list(*press, 4));
     select_attribute(*press, 1, "A button");
     select_attribute(*release, 1, "A button");
     press->build();  // more passes with the same pad add no second connection
@@ -92,7 +86,7 @@ TEST_F(ButtonEventNodeTest, FollowsOnlyThePadSelectedLast) {
     zestsim::plug_pad(1, zestsim::Subtype::Gamepad);
     auto moved = make_node(press_type);
     auto probe = make_node(press_type);
-    await_metadata(*moved);
+    ASSERT_TRUE(await_pad_list(*moved, 4));
     select_attribute(*moved, 1, "A button");
     select_attribute(*probe, 1, "A button");
     select_attribute(*moved, 0, "A button");
@@ -138,7 +132,7 @@ TEST_F(ButtonEventNodeTest, NamesFitAndOddStoreContentsLeaveTheNodeUnselected) {
     EXPECT_EQ(node->display_name(), "");
     hostkit::set_translation("OnGamepadButtonReleaseNode.Name", "Released");
 
-    await_metadata(*node);
+    ASSERT_TRUE(await_pad_list(*node, 4));
     for (const hostkit::Store::Value& pad : std::vector<hostkit::Store::Value>{7, -3, "one"}) {
         node->store.set("!gamepad", pad);
         node->build();

@@ -64,6 +64,13 @@ bool PluginTest::switch_virtual_pad(bool on) {
     });
 }
 
+bool PluginTest::await_pad_list(HostNode& node, std::size_t pads) {
+    return eventually([&] {
+        node.build();
+        return node.panel.find_key("!gamepad")->entries.size() == pads;
+    });
+}
+
 void PluginTest::select_attribute(HostNode& node, int pad, const std::string& label) {
     node.panel.script_value("!gamepad", pad);
     node.build();

@@ -106,8 +106,12 @@ TEST_F(PreferencesTest, WithoutADriverTheGroupShowsTheError) {
 TEST_F(PreferencesTest, TheFeedListMirrorsAPadUntilNoneIsChosen) {
     zestsim::plug_pad(0, zestsim::Subtype::Gamepad);
     ASSERT_TRUE(switch_virtual_pad(true));
-    const hostkit::Control* feed = preferences_panel.find_key("feedgamepad");
-    ASSERT_NE(feed, nullptr);
+    // The disconnected pads are offered once their first reads have told their metadata.
+    const hostkit::Control* feed = nullptr;
+    ASSERT_TRUE(rebuild_preferences_until([&] {
+        feed = preferences_panel.find_key("feedgamepad");
+        return feed != nullptr && feed->entries.size() == 4;
+    }));
     std::vector<hostkit::ListEntry> expected{{"None", -1},
                                              {"Gamepad 1", 0},
                                              {"Gamepad 3 (disconnected)", 2},
