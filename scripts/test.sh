@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
-# Sets the machine up, then builds every suite and runs it in the dev, asan and tsan presets,
-# then cross-builds the Windows DLL, packs its zip and runs its suite under Wine on the unpacked
-# zip (scripts/windows.sh).
+# Sets the machine up, checks that every include between the folders of src/ points down, then
+# builds every suite and runs it in the dev, asan and tsan presets, then cross-builds the Windows
+# DLL, packs its zip and runs its suite under Wine on the unpacked zip (scripts/windows.sh).
 # Stops at the first failure and ends with one line that counts the tests of all presets.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup.sh
+# The folders of src/ are its layers: no include may reach up.
+bash scripts/check_layers.sh
 
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT

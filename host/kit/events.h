@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "hostapi/host_api.h"
 #include "kit/ledger.h"
-#include "plugin/host_api.h"
 
 namespace hostkit::detail {
 

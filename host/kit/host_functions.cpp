@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "hostapi/host_api.h"
 #include "kit/kit.h"
 #include "kit/kit_state.h"
 #include "kit/node.h"
@@ -11,7 +12,6 @@
 #include "kit/registry.h"
 #include "kit/store.h"
 #include "kit/violations.h"
-#include "plugin/host_api.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "hostapi/host_api.h"
 #include "kit/invalidation.h"
-#include "plugin/host_api.h"
 
 // The host kit: the 31 host functions of host_api.h, recording every call. Tests and zesthost
 // drive and inspect it through these functions and the classes Store, Node, Registry, Panel.

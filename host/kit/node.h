@@ -5,9 +5,9 @@
 #include <utility>
 #include <vector>
 
+#include "hostapi/host_api.h"
 #include "kit/handles.h"
 #include "kit/invalidation.h"
-#include "plugin/host_api.h"
 
 namespace hostkit {
 

@@ -8,9 +8,9 @@
 #include <string_view>
 #include <vector>
 
+#include "hostapi/host_api.h"
 #include "kit/handles.h"
 #include "kit/store.h"
-#include "plugin/host_api.h"
 
 namespace hostkit {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "plugin/host_api.h"
+#include "hostapi/host_api.h"
 
 namespace hostkit {
 

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "hostapi/host_api.h"
 #include "kit/handles.h"
-#include "plugin/host_api.h"
 
 namespace hostkit {
 

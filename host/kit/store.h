@@ -6,8 +6,8 @@
 #include <string>
 #include <variant>
 
+#include "hostapi/host_api.h"
 #include "kit/handles.h"
-#include "plugin/host_api.h"
 
 namespace hostkit {
 

@@ -9,8 +9,8 @@
 #include <unordered_set>
 #include <vector>
 
+#include "hostapi/host_api.h"
 #include "kit/ledger.h"
-#include "plugin/host_api.h"
 
 namespace hostkit::detail {
 

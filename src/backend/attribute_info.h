@@ -1,6 +1,6 @@
 #pragma once
 
-#include "gamepad/attribute_type.h"
+#include "records/attribute_type.h"
 
 namespace gamepad {
 

@@ -8,7 +8,7 @@
 
 #include "backend/attribute_info.h"
 #include "backend/read_flags.h"
-#include "gamepad/gamepad_records.h"
+#include "records/gamepad_records.h"
 
 namespace gamepad {
 

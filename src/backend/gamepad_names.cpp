@@ -1,7 +1,7 @@
 #include "backend/gamepad_names.h"
 
 #include "backend/xinput_subtypes.h"
-#include "plugin/translated_text.h"
+#include "hostapi/translated_text.h"
 
 namespace gamepad {
 

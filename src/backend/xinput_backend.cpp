@@ -5,8 +5,8 @@
 #include "backend/attribute_labels.h"
 #include "backend/attribute_table.h"
 #include "backend/gamepad_names.h"
+#include "hostapi/translated_text.h"
 #include "platform/win32.h"
-#include "plugin/translated_text.h"
 
 namespace gamepad {
 

@@ -5,7 +5,7 @@
 #include <cstddef>
 
 #include "gamepad/game.h"
-#include "gamepad/gamepad_records.h"
+#include "records/gamepad_records.h"
 
 namespace gamepad {
 

@@ -1,6 +1,6 @@
 #include "gamepad/gamepad_delivery.h"
 
-#include "gamepad/carried_values.h"
+#include "records/carried_values.h"
 
 namespace gamepad {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "gamepad/gamepad_publication.h"
-#include "gamepad/value_change.h"
+#include "records/value_change.h"
 
 namespace gamepad {
 

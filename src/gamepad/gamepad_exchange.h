@@ -6,8 +6,8 @@
 #include "gamepad/button_transitions.h"
 #include "gamepad/gamepad_delivery.h"
 #include "gamepad/gamepad_publication.h"
-#include "gamepad/gamepad_records.h"
 #include "gamepad/publication_channel.h"
+#include "records/gamepad_records.h"
 
 namespace gamepad {
 

@@ -9,7 +9,7 @@
 #include <memory>
 
 #include "gamepad/game.h"
-#include "gamepad/gamepad_records.h"
+#include "records/gamepad_records.h"
 
 namespace gamepad {
 

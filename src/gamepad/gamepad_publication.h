@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "gamepad/button_transitions.h"
-#include "gamepad/gamepad_records.h"
+#include "records/gamepad_records.h"
 
 namespace gamepad {
 

@@ -7,9 +7,9 @@
 #include <variant>
 
 #include "backend/backend.h"
-#include "gamepad/carried_values.h"
-#include "gamepad/value_change.h"
 #include "platform/tick_timer.h"
+#include "records/carried_values.h"
+#include "records/value_change.h"
 
 namespace gamepad {
 namespace {

@@ -4,7 +4,7 @@
 #include <limits>
 #include <vector>
 
-#include "gamepad/gamepad_records.h"
+#include "records/gamepad_records.h"
 
 namespace gamepad {
 

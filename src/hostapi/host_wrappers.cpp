@@ -1,4 +1,4 @@
-#include "plugin/host_wrappers.h"
+#include "hostapi/host_wrappers.h"
 
 ZestHost plugin_host_handle = nullptr;
 

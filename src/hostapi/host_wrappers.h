@@ -1,6 +1,6 @@
 #pragma once
 
-#include "plugin/host_api.h"
+#include "hostapi/host_api.h"
 
 // The host handle from zplugin_set_handle. Written once, before any thread of the plug-in
 // exists, and only read afterwards.

@@ -1,6 +1,6 @@
-#include "plugin/translated_text.h"
+#include "hostapi/translated_text.h"
 
-#include "plugin/host_wrappers.h"
+#include "hostapi/host_wrappers.h"
 
 QByteArray translated_text(const char* key) {
     return QByteArray(plugin_tr(key));

@@ -9,11 +9,11 @@
 #include "gamepad/gamepad.h"
 #include "gamepad/gamepad_impl.h"
 #include "gamepad/noise_writer.h"
+#include "hostapi/host_wrappers.h"
 #include "nodes/node_name.h"
 #include "nodes/pickers.h"
-#include "plugin/host_wrappers.h"
-#include "plugin/plugin_state.h"
-#include "plugin/virtual_gamepad_status_label.h"
+#include "pluginstate/plugin_state.h"
+#include "pluginstate/virtual_gamepad_status_label.h"
 
 namespace {
 

@@ -6,11 +6,11 @@
 #include <cstdint>
 #include <memory>
 
-#include "gamepad/attribute_type.h"
-#include "gamepad/attribute_value.h"
 #include "gamepad/gamepads.h"
+#include "hostapi/host_api.h"
 #include "nodes/node_kinds.h"
-#include "plugin/host_api.h"
+#include "records/attribute_type.h"
+#include "records/attribute_value.h"
 
 // The noise rate, in noise units per second, of a frequency slider at `slider` (0 to 200):
 // 2^(3t - 4) with t = slider / 100, and t one higher for buttons, which flip rather than move.

@@ -1,11 +1,11 @@
 #include "nodes/button_event_node.h"
 
 #include "gamepad/game_impl.h"
+#include "hostapi/host_wrappers.h"
 #include "nodes/node_events.h"
 #include "nodes/node_name.h"
 #include "nodes/pickers.h"
-#include "plugin/host_wrappers.h"
-#include "plugin/plugin_state.h"
+#include "pluginstate/plugin_state.h"
 
 namespace {
 

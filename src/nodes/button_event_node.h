@@ -8,8 +8,8 @@
 
 #include "gamepad/gamepad.h"
 #include "gamepad/gamepads.h"
+#include "hostapi/host_api.h"
 #include "nodes/node_kinds.h"
-#include "plugin/host_api.h"
 
 // The two event source types: sends an event to the node's children when the selected button
 // of the selected pad goes down (Press) or comes up (Release). Inert until its first panel

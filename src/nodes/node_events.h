@@ -1,6 +1,6 @@
 #pragma once
 
-#include "plugin/host_api.h"
+#include "hostapi/host_api.h"
 
 // Events as nodes send them. Main thread.
 

@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "gamepad/gamepad.h"
-#include "plugin/host_wrappers.h"
+#include "hostapi/host_wrappers.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "plugin/attribute_ids.h"
-#include "plugin/host_wrappers.h"
+#include "hostapi/host_wrappers.h"
+#include "pluginstate/attribute_ids.h"
 
 namespace {
 

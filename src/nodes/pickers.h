@@ -2,10 +2,10 @@
 
 #include <vector>
 
-#include "gamepad/attribute_type.h"
 #include "gamepad/gamepad.h"
 #include "gamepad/gamepads.h"
-#include "plugin/host_api.h"
+#include "hostapi/host_api.h"
+#include "records/attribute_type.h"
 
 // The lists through which panels choose a pad or an attribute. Each offers what fits its
 // purpose, calls zui_list and gives back what the user selected. Main thread, during a pass.

@@ -3,10 +3,10 @@
 #include <QFile>
 #include <QtGlobal>
 
-#include "plugin/host_api.h"
-#include "plugin/host_wrappers.h"
+#include "hostapi/host_api.h"
+#include "hostapi/host_wrappers.h"
 #include "plugin/node_types.h"
-#include "plugin/plugin_state.h"
+#include "pluginstate/plugin_state.h"
 
 // The library registered its resources when it was loaded; registering again is harmless and
 // keeps the icon readable should a host have unregistered them. Outside any namespace, for the

@@ -2,12 +2,12 @@
 
 #include <QObject>
 
+#include "hostapi/host_wrappers.h"
 #include "nodes/action_node.h"
 #include "nodes/button_event_node.h"
 #include "nodes/node_events.h"
 #include "nodes/node_kinds.h"
-#include "plugin/attribute_ids.h"
-#include "plugin/host_wrappers.h"
+#include "pluginstate/attribute_ids.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "plugin/host_api.h"
+#include "hostapi/host_api.h"
 
 // Registers the plug-in's node types with the host, in their fixed order. Main thread, with a
 // plugin_state.

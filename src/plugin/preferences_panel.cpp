@@ -6,9 +6,9 @@
 #include "backend/backend.h"
 #include "gamepad/game_impl.h"
 #include "gamepad/gamepad_impl.h"
+#include "hostapi/host_wrappers.h"
 #include "nodes/pickers.h"
-#include "plugin/host_wrappers.h"
-#include "plugin/virtual_gamepad_status_label.h"
+#include "pluginstate/virtual_gamepad_status_label.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "plugin/host_api.h"
-#include "plugin/plugin_state.h"
+#include "hostapi/host_api.h"
+#include "pluginstate/plugin_state.h"
 
 // The feed list below the connected virtual pad, and what it selects. Main thread, during the
 // preferences pass, with the virtual pad Connected.

@@ -1,6 +1,6 @@
-#include "plugin/attribute_ids.h"
+#include "pluginstate/attribute_ids.h"
 
-#include "plugin/plugin_state.h"
+#include "pluginstate/plugin_state.h"
 
 namespace {
 

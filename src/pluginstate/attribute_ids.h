@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "plugin/host_api.h"
+#include "hostapi/host_api.h"
 
 // Attribute ids: a pad attribute is a small int in a running store and its id string in a saved
 // file. Ids count from 0 in order of first use and hold for this run only. Main thread, with a

@@ -1,3 +1,3 @@
-#include "plugin/plugin_state.h"
+#include "pluginstate/plugin_state.h"
 
 PluginState* plugin_state = nullptr;

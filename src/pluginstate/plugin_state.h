@@ -9,7 +9,7 @@
 
 #include "gamepad/game.h"
 #include "gamepad/gamepads.h"
-#include "plugin/host_api.h"
+#include "hostapi/host_api.h"
 
 // The plug-in's one piece of global state, from zplugin_get_info to zplugin_unload. Main thread.
 // The fields are destroyed in reverse order, so the panel's view of the pads goes before the

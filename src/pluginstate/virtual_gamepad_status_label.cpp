@@ -1,7 +1,7 @@
-#include "plugin/virtual_gamepad_status_label.h"
+#include "pluginstate/virtual_gamepad_status_label.h"
 
 #include "gamepad/gamepad.h"
-#include "plugin/host_wrappers.h"
+#include "hostapi/host_wrappers.h"
 
 namespace {
 

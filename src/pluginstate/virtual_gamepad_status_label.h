@@ -1,7 +1,7 @@
 #pragma once
 
 #include "gamepad/gamepads.h"
-#include "plugin/host_api.h"
+#include "hostapi/host_api.h"
 
 // One label with the virtual pad's state, for the preferences and the action nodes' panels.
 // Main thread, during a pass.

@@ -1,4 +1,4 @@
-#include "gamepad/attribute_value.h"
+#include "records/attribute_value.h"
 
 #include <cstring>
 

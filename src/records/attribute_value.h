@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "gamepad/attribute_type.h"
+#include "records/attribute_type.h"
 
 namespace gamepad {
 

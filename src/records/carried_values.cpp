@@ -1,4 +1,4 @@
-#include "gamepad/carried_values.h"
+#include "records/carried_values.h"
 
 #include <algorithm>
 

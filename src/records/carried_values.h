@@ -5,8 +5,8 @@
 
 #include <vector>
 
-#include "gamepad/attribute_value.h"
-#include "gamepad/gamepad_records.h"
+#include "records/attribute_value.h"
+#include "records/gamepad_records.h"
 
 namespace gamepad {
 

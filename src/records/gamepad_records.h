@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "gamepad/attribute_type.h"
-#include "gamepad/attribute_value.h"
+#include "records/attribute_type.h"
+#include "records/attribute_value.h"
 
 namespace gamepad {
 

@@ -1,4 +1,4 @@
-#include "gamepad/value_change.h"
+#include "records/value_change.h"
 
 #include <cmath>
 

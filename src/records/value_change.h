@@ -1,7 +1,7 @@
 #pragma once
 
-#include "gamepad/attribute_type.h"
-#include "gamepad/attribute_value.h"
+#include "records/attribute_type.h"
+#include "records/attribute_value.h"
 
 namespace gamepad {
 

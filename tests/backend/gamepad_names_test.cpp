@@ -1,8 +1,8 @@
 #include <thread>
 
 #include "backend/gamepad_names.h"
-#include "plugin/host_wrappers.h"
-#include "plugin/translated_text.h"
+#include "hostapi/host_wrappers.h"
+#include "hostapi/translated_text.h"
 #include "support/kit_fixture.h"
 
 namespace gamepad {

@@ -10,7 +10,7 @@
 #include "backend/attribute_table.h"
 #include "backend/bus/bus_requests.h"
 #include "backend/vigem_backend.h"
-#include "plugin/host_wrappers.h"
+#include "hostapi/host_wrappers.h"
 #include "support/kit_fixture.h"
 #include "zestsim/zestsim.h"
 

@@ -3,7 +3,7 @@
 
 #include "backend/attribute_table.h"
 #include "backend/xinput_backend.h"
-#include "plugin/host_wrappers.h"
+#include "hostapi/host_wrappers.h"
 #include "support/allocation_counter.h"
 #include "support/kit_fixture.h"
 #include "zestsim/zestsim.h"

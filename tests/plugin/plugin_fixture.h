@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "hostapi/host_api.h"
 #include "kit/node.h"
 #include "kit/panel.h"
 #include "kit/plugin_library.h"
 #include "kit/registry.h"
 #include "kit/store.h"
-#include "plugin/host_api.h"
 #include "support/kit_fixture.h"
 #include "zesthost/graph.h"
 

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "gamepad/carried_values.h"
+#include "records/carried_values.h"
 
 namespace gamepad {
 namespace {

@@ -5,7 +5,7 @@
 #include <limits>
 #include <vector>
 
-#include "gamepad/value_change.h"
+#include "records/value_change.h"
 
 namespace gamepad {
 namespace {

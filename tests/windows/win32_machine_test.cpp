@@ -2,10 +2,10 @@
 
 #include "backend/backend.h"
 #include "backend/bus/bus_client.h"
+#include "hostapi/host_wrappers.h"
 #include "kit/kit.h"
 #include "platform/monotonic_clock.h"
 #include "platform/win32.h"
-#include "plugin/host_wrappers.h"
 #include "support/kit_fixture.h"
 
 // The plug-in's device and clock code on the Win32 of the machine it runs on (Wine in CI): a
