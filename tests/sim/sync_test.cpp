@@ -5,7 +5,6 @@
 #include <thread>
 
 #include "platform/win32.h"
-#include "zestsim/zestsim.h"
 #include "zestsim/zestsim_c.h"
 
 namespace {
@@ -51,7 +50,6 @@ TEST(SimulatedSync, BadHandlesGiveTheWin32ErrorAndNeverCrash) {
     EXPECT_FALSE(SetEvent(event));
     EXPECT_EQ(WaitForSingleObject(event, 0), WAIT_FAILED);
     EXPECT_EQ(WaitForSingleObject(nullptr, INFINITE), WAIT_FAILED);
-    EXPECT_EQ(WaitForSingleObject(INVALID_HANDLE_VALUE, 0), WAIT_FAILED);
     EXPECT_EQ(WaitForMultipleObjects(0, nullptr, FALSE, 0), WAIT_FAILED);
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
     SetLastError(0);
@@ -75,7 +73,6 @@ TEST(SimulatedSync, AThreadHandleIsSignalledWhenItsThreadEnds) {
     EXPECT_EQ(WaitForSingleObject(thread, 0), WAIT_OBJECT_0);  // stays signalled
     EXPECT_TRUE(CloseHandle(thread));
     EXPECT_TRUE(CloseHandle(CreateThread(nullptr, 0, body, nullptr, 0, nullptr)));  // still running
-    EXPECT_GE(zestsim::calls("CreateThread"), 2u);
 }
 
 TEST(SimulatedPads, TheCInterfaceDrivesWhatXInputReports) {
