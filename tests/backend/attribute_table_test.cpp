@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <set>
 #include <string>
 
@@ -11,76 +10,67 @@
 namespace gamepad {
 namespace {
 
-std::string id_of(std::size_t row) {
-    return attribute_rows[row].info.id;
-}
-
-TEST(AttributeTable, RowsHaveUniqueIdsAndTheXInputButtonBits) {
+TEST(AttributeTable, NamedRowsUniqueIdsAndTheXInputButtonBits) {
+    std::string named;
+    for (std::size_t row : {row_button_left_trigger, row_button_right_trigger, row_trigger_left,
+                            row_trigger_right, row_stick_left, row_stick_right, row_motor_left,
+                            row_motor_right, std::size_t{12}, std::size_t{13}})
+        named += std::string(attribute_rows[row].info.id) + " ";
+    EXPECT_EQ(named,
+              "button_left_trigger button_right_trigger trigger_left trigger_right stick_left "
+              "stick_right motor_left motor_right button_guide button_a ");
     std::set<std::string> ids;
     std::uint32_t masks = 0;
-    for (std::size_t row = 0; row < attribute_rows.size(); ++row) {
-        const AttributeRow& entry = attribute_rows[row];
-        EXPECT_TRUE(ids.insert(entry.info.id).second) << entry.info.id;
-        EXPECT_EQ(entry.info.direction == AttributeDirection::Output,
-                  entry.info.type == AttributeType::Motor)
-            << entry.info.id;
-        EXPECT_EQ(masks & entry.button_mask, 0u) << entry.info.id;
-        masks |= entry.button_mask;
-        const bool digital_trigger =
-            row == row_button_left_trigger || row == row_button_right_trigger;
-        EXPECT_EQ(entry.button_mask != 0,
-                  entry.info.type == AttributeType::Button && !digital_trigger)
-            << entry.info.id;
+    for (const AttributeRow& row : attribute_rows) {
+        SCOPED_TRACE(row.info.id);
+        EXPECT_TRUE(ids.insert(row.info.id).second);
+        EXPECT_EQ(row.info.direction == AttributeDirection::Output,
+                  row.info.type == AttributeType::Motor);
+        EXPECT_EQ(masks & row.button_mask, 0u);
+        masks |= row.button_mask;
+        const bool digital_trigger = &row == &attribute_rows[row_button_left_trigger] ||
+                                     &row == &attribute_rows[row_button_right_trigger];
+        EXPECT_EQ(row.button_mask != 0, row.info.type == AttributeType::Button && !digital_trigger);
     }
     EXPECT_EQ(masks, 0xFFFFu & ~0x0800u);  // every wButtons bit but the unused one
     EXPECT_EQ(attribute_rows[13].button_mask, 0x1000);
-    EXPECT_EQ(id_of(13), "button_a");
     EXPECT_EQ(attribute_rows[12].button_mask, 0x0400);
-    EXPECT_EQ(id_of(12), "button_guide");
-}
-
-TEST(AttributeTable, NamedRowsAndSharedTriggerLabels) {
-    EXPECT_EQ(id_of(row_button_left_trigger), "button_left_trigger");
-    EXPECT_EQ(id_of(row_button_right_trigger), "button_right_trigger");
-    EXPECT_EQ(id_of(row_trigger_left), "trigger_left");
-    EXPECT_EQ(id_of(row_trigger_right), "trigger_right");
-    EXPECT_EQ(id_of(row_stick_left), "stick_left");
-    EXPECT_EQ(id_of(row_stick_right), "stick_right");
-    EXPECT_EQ(id_of(row_motor_left), "motor_left");
-    EXPECT_EQ(id_of(row_motor_right), "motor_right");
+    // The digital view of a trigger is labelled as the trigger.
     EXPECT_STREQ(attribute_rows[row_button_left_trigger].generic_label_key,
                  attribute_rows[row_trigger_left].generic_label_key);
     EXPECT_STREQ(attribute_rows[row_button_right_trigger].generic_label_key,
                  attribute_rows[row_trigger_right].generic_label_key);
-    EXPECT_STREQ(attribute_rows[row_motor_left].generic_label_key, "GenericGamepad.MotorLarge");
-    EXPECT_STREQ(attribute_rows[row_motor_right].generic_label_key, "GenericGamepad.MotorSmall");
 }
 
-TEST(AttributeLabelKey, DeviceKindsOverrideAFewRowsAndFallBackToGeneric) {
-    EXPECT_STREQ(attribute_label_key(8, 13), "DrumkitGamepad.ButtonA");
-    EXPECT_STREQ(attribute_label_key(8, 0), "GenericGamepad.ButtonDPadUp");
-    EXPECT_STREQ(attribute_label_key(6, 20), "Whammy bar/vertical orientation");
-    EXPECT_STREQ(attribute_label_key(6, 17), "GenericGamepad.TriggerLeft");  // guitars keep these
-    EXPECT_STREQ(attribute_label_key(2, 10), "WheelGamepad.TriggerLeft");
-    EXPECT_STREQ(attribute_label_key(2, 18), "WheelGamepad.TriggerRight");
-    EXPECT_STREQ(attribute_label_key(2, 20), "GenericGamepad.StickRight");  // wheels keep this
-    EXPECT_STREQ(attribute_label_key(4, 20), "FlightStickGamepad.StickRight");
-    for (std::size_t row = 0; row < attribute_rows.size(); ++row) {
-        for (std::uint8_t generic : {0, 1, 3, 5, 7, 11, 19, 255}) {
-            EXPECT_STREQ(attribute_label_key(generic, row), attribute_rows[row].generic_label_key);
-        }
-    }
-    EXPECT_EQ(attribute_label_key(1, attribute_rows.size()), nullptr);
-}
-
-TEST(GamepadNameKey, BySubtype) {
-    EXPECT_STREQ(gamepad_name_key(2), "WheelGamepad.Name.%1");
-    EXPECT_STREQ(gamepad_name_key(4), "FlightStickGamepad.Name.%1");
-    EXPECT_STREQ(gamepad_name_key(6), "GuitarGamepad.Name.%1");
-    EXPECT_STREQ(gamepad_name_key(8), "DrumkitGamepad.Name.%1");
+// Device kinds override a few labels and the name; every other subtype is generic.
+TEST(AttributeTable, LabelAndNameKeysBySubtype) {
+    const struct {
+        std::uint8_t subtype;
+        std::size_t row;
+        const char* key;
+    } overrides[] = {{8, 13, "DrumkitGamepad.ButtonA"},
+                     {8, 0, "GenericGamepad.ButtonDPadUp"},
+                     {6, 20, "Whammy bar/vertical orientation"},
+                     {6, 17, "GenericGamepad.TriggerLeft"},  // guitars keep these
+                     {2, 10, "WheelGamepad.TriggerLeft"},
+                     {2, 18, "WheelGamepad.TriggerRight"},
+                     {2, 20, "GenericGamepad.StickRight"},  // wheels keep this
+                     {4, 20, "FlightStickGamepad.StickRight"}};
+    for (const auto& o : overrides)
+        EXPECT_STREQ(attribute_label_key(o.subtype, o.row), o.key)
+            << int{o.subtype} << " " << o.row;
+    const std::pair<std::uint8_t, const char*> names[] = {{2, "WheelGamepad.Name.%1"},
+                                                          {4, "FlightStickGamepad.Name.%1"},
+                                                          {6, "GuitarGamepad.Name.%1"},
+                                                          {8, "DrumkitGamepad.Name.%1"}};
+    for (const auto& [subtype, key] : names)
+        EXPECT_STREQ(gamepad_name_key(subtype), key);
     for (std::uint8_t generic : {0, 1, 3, 5, 7, 11, 19, 255}) {
         EXPECT_STREQ(gamepad_name_key(generic), "GenericGamepad.Name.%1");
+        for (std::size_t row = 0; row < attribute_rows.size(); ++row)
+            EXPECT_STREQ(attribute_label_key(generic, row), attribute_rows[row].generic_label_key);
     }
+    EXPECT_EQ(attribute_label_key(1, attribute_rows.size()), nullptr);
 }
 
 }  // namespace
