@@ -11,6 +11,7 @@
 #include "backend/bus/bus_requests.h"
 #include "backend/vigem_backend.h"
 #include "hostapi/host_wrappers.h"
+#include "support/eventually.h"
 #include "support/kit_fixture.h"
 #include "zestsim/zestsim.h"
 
@@ -36,8 +37,9 @@ protected:
         previous_handler = qInstallMessageHandler(capture);
     }
     void TearDown() override {
-        backend.reset();
+        backend.reset();  // also with a pad attached: nothing is left behind
         qInstallMessageHandler(previous_handler);
+        EXPECT_EQ(zestsim::plugged_targets(), 0u);
         EXPECT_EQ(zestsim::pending_requests(), 0u);
         KitTest::TearDown();
     }
@@ -72,7 +74,6 @@ TEST_F(ViGEmBackendTest, AttachFindsTheTargetBehindTheSentinelAndLogsEachStage) 
 
     backend->refresh_gamepads();
     EXPECT_TRUE(read(2).testFlag(ReadFlag::MetadataChanged));
-    EXPECT_EQ(state.values.size(), 23u);
     EXPECT_TRUE(state.is_connected);
     EXPECT_EQ(state.values[12].kind, AttributeValue::Kind::Empty);  // XInput hides the guide
     EXPECT_EQ(state.values[21].as_motor(), 0.0);
@@ -83,6 +84,9 @@ TEST_F(ViGEmBackendTest, AttachFindsTheTargetBehindTheSentinelAndLogsEachStage) 
     EXPECT_EQ(zestsim::plugged_targets(), 0u);
     EXPECT_TRUE(read(2).testFlag(ReadFlag::MetadataChanged));
     EXPECT_EQ(backend->gamepad_capabilities(2), GamepadCapabilities(9));
+    ASSERT_EQ(attach(pad), 0u);
+    ASSERT_EQ(attach(pad), 0u);  // a second attach replaces the first
+    EXPECT_EQ(zestsim::plugged_targets(), 1u);
 }
 
 TEST_F(ViGEmBackendTest, FailuresEndInTheirCodesWithNothingLeftPlugged) {
@@ -174,11 +178,7 @@ TEST_F(ViGEmBackendTest, WritesGoOutOnceAndRumbleComesBackAsMotors) {
 
     XINPUT_VIBRATION other_program{0xFF00, 0x0100};
     XInputSetState(static_cast<DWORD>(pad), &other_program);
-    for (int i = 0; i < 500 && state.values[21].as_motor() != 1.0; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        read(pad);
-    }
-    EXPECT_EQ(state.values[21].as_motor(), 1.0);
+    EXPECT_TRUE(eventually([&] { return read(pad), state.values[21].as_motor() == 1.0; }));
     EXPECT_EQ(state.values[22].as_motor(), 257 / 65535.0);
 }
 
@@ -197,23 +197,6 @@ TEST_F(ViGEmBackendTest, RumbleThatComesDuringDiscoveryIsKept) {
     read(pad);  // the rumble came well before the attach ended
     EXPECT_EQ(state.values[21].as_motor(), 1.0);
     EXPECT_EQ(state.values[22].as_motor(), 257 / 65535.0);
-}
-
-TEST_F(ViGEmBackendTest, ManyCyclesAndAnAttachedPadAtDestructionLeaveNothingBehind) {
-    for (int cycle = 0; cycle < 10; ++cycle) {
-        std::size_t pad = 0;
-        ASSERT_EQ(attach(pad), 0u);
-        if (cycle % 3 == 0) {
-            ASSERT_EQ(attach(pad), 0u);  // a second attach replaces the first
-        }
-        EXPECT_EQ(zestsim::plugged_targets(), 1u);
-        backend->detach_virtual_gamepad(pad);
-        EXPECT_EQ(zestsim::plugged_targets(), 0u);
-    }
-    std::size_t pad = 0;
-    ASSERT_EQ(attach(pad), 0u);
-    backend.reset();
-    EXPECT_EQ(zestsim::plugged_targets(), 0u);
 }
 
 }  // namespace

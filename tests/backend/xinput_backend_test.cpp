@@ -34,6 +34,12 @@ protected:
         state.values.resize(backend.attribute_count(pad));
         return backend.read_gamepad(pad, state);
     }
+    void plug(std::size_t pad,
+              const zestsim::Capabilities& caps = zestsim::default_capabilities(Subtype::Gamepad)) {
+        zestsim::plug_pad(pad, caps);
+        backend.refresh_gamepads();
+        read(pad);
+    }
     std::size_t position_of(std::size_t pad, const char* id) {
         for (std::size_t p = 0; p < backend.attribute_count(pad); ++p) {
             if (QByteArray(backend.attribute_info(pad, p).id) == id) return p;
@@ -56,31 +62,26 @@ protected:
     GamepadState state;
 };
 
-TEST_F(XInputBackendTest, AnEmptySlotIsPolledOncePerRefreshAndShowsTheGenericPad) {
-    EXPECT_EQ(read(0), ReadFlags());
-    EXPECT_EQ(zestsim::calls("XInputGetState", 0), 0u);
+// Nothing is polled before a refresh; an empty slot then once per refresh and shows the generic
+// pad, a plugged one every tick with its own list, name and labels.
+TEST_F(XInputBackendTest, SlotsFollowTheRefreshesAndEachPadBringsItsOwnListNameAndLabels) {
+    zestsim::plug_pad(2, Subtype::DrumKit);
     state.is_connected = true;  // left alone by a read that doesn't poll
-    read(0);
-    EXPECT_TRUE(state.is_connected);
-    backend.refresh_gamepads();
     EXPECT_EQ(read(0), ReadFlags());
-    EXPECT_FALSE(state.is_connected);
-    read(0);
-    EXPECT_EQ(zestsim::calls("XInputGetState", 0), 1u);
-
+    EXPECT_TRUE(state.is_connected);
+    read(2);
+    EXPECT_EQ(zestsim::calls("XInputGetState"), 0u);
     EXPECT_EQ(backend.attribute_count(0), 23u);
     EXPECT_EQ(backend.gamepad_capabilities(0), GamepadCapabilities(9));
     EXPECT_EQ(backend.gamepad_name(0), "GenericGamepad.Name.1");
     EXPECT_STREQ(backend.attribute_info(0, 5).id, "button_back");
     EXPECT_EQ(backend.attribute_label(0, 21), "GenericGamepad.MotorLarge");
-    EXPECT_THAT(hostkit::check(), ::testing::IsEmpty());
-}
 
-TEST_F(XInputBackendTest, APadThatComesAndGoesBringsItsOwnListNameAndLabels) {
-    zestsim::plug_pad(2, Subtype::DrumKit);
-    read(2);
-    EXPECT_EQ(zestsim::calls("XInputGetState", 2), 0u);  // not before the next refresh
     backend.refresh_gamepads();
+    EXPECT_EQ(read(0), ReadFlags());
+    EXPECT_FALSE(state.is_connected);
+    read(0);
+    EXPECT_EQ(zestsim::calls("XInputGetState", 0), 1u);
     EXPECT_EQ(read(2), ReadFlags(ReadFlag::MetadataChanged));
     EXPECT_TRUE(state.is_connected);
     EXPECT_EQ(backend.gamepad_name(2), "DrumkitGamepad.Name.3");
@@ -88,7 +89,7 @@ TEST_F(XInputBackendTest, APadThatComesAndGoesBringsItsOwnListNameAndLabels) {
     EXPECT_EQ(position_of(2, "stick_left"), none);
     EXPECT_EQ(backend.attribute_label(2, position_of(2, "button_a")), "DrumkitGamepad.ButtonA");
     EXPECT_EQ(backend.attribute_label(2, 0), "GenericGamepad.ButtonDPadUp");
-    EXPECT_EQ(read(2), ReadFlags());  // polled every tick now
+    EXPECT_EQ(read(2), ReadFlags());
     EXPECT_EQ(zestsim::calls("XInputGetCapabilities", 2), 1u);
 
     zestsim::unplug_pad(2);
@@ -100,38 +101,33 @@ TEST_F(XInputBackendTest, APadThatComesAndGoesBringsItsOwnListNameAndLabels) {
     const std::uint64_t polls = zestsim::calls("XInputGetState", 2);
     read(2);
     EXPECT_EQ(zestsim::calls("XInputGetState", 2), polls);
-
     zestsim::plug_pad(2, Subtype::Wheel);
     backend.refresh_gamepads();
     EXPECT_EQ(read(2), ReadFlags(ReadFlag::MetadataChanged));
     EXPECT_EQ(backend.gamepad_name(2), "WheelGamepad.Name.3");
     EXPECT_EQ(backend.attribute_label(2, position_of(2, "stick_left")), "WheelGamepad.StickLeft");
+    EXPECT_THAT(hostkit::check(), ::testing::IsEmpty());
 }
 
 TEST_F(XInputBackendTest, DecodesButtonsTriggersAndSticksAtTheirEnds) {
-    zestsim::plug_pad(0, Subtype::Gamepad);
-    backend.refresh_gamepads();
-    read(0);
+    plug(0);
     EXPECT_EQ(position_of(0, "button_guide"), none);  // a wired pad doesn't report it
     EXPECT_EQ(backend.attribute_count(0), 22u);
     zestsim::press(0, 0x1000 | 0x0400, true);
     zestsim::set_triggers(0, 30, 31);
     zestsim::set_sticks(0, -32768, 32767, 0, -1);
     read(0);
-    EXPECT_TRUE(value(0, "button_a").as_button());
-    EXPECT_FALSE(value(0, "button_b").as_button());
-    EXPECT_FALSE(value(0, "button_left_trigger").as_button());  // 30 is not pressed, 31 is
-    EXPECT_TRUE(value(0, "button_right_trigger").as_button());
+    // 30 is not pressed, 31 is.
+    EXPECT_EQ(std::vector<bool>({value(0, "button_a").as_button(), value(0, "button_b").as_button(),
+                                 value(0, "button_left_trigger").as_button(),
+                                 value(0, "button_right_trigger").as_button()}),
+              std::vector<bool>({true, false, false, true}));
     EXPECT_EQ(value(0, "trigger_left").as_trigger(), 30 / 255.0);
     EXPECT_EQ(value(0, "trigger_right").as_trigger(), 31 / 255.0);
-    const StickValue left = value(0, "stick_left").as_stick();
-    EXPECT_EQ(left.deadzone, 7849.0 / 32767.0);
-    EXPECT_EQ(left.x, -1.0);
-    EXPECT_EQ(left.y, 1.0);
-    const StickValue right = value(0, "stick_right").as_stick();
-    EXPECT_EQ(right.deadzone, 8689.0 / 32767.0);
-    EXPECT_EQ(right.x, 0.0);
-    EXPECT_EQ(right.y, -1.0 / 32768.0);
+    const StickValue l = value(0, "stick_left").as_stick(), r = value(0, "stick_right").as_stick();
+    EXPECT_EQ(
+        std::vector<double>({l.deadzone, l.x, l.y, r.deadzone, r.x, r.y}),
+        std::vector<double>({7849.0 / 32767.0, -1.0, 1.0, 8689.0 / 32767.0, 0.0, -1.0 / 32768.0}));
     EXPECT_EQ(value(0, "motor_left").kind, AttributeValue::Kind::Empty);
 }
 
@@ -141,9 +137,7 @@ TEST_F(XInputBackendTest, ScansWhatTheCapabilitiesReport) {
     caps.controls.left_trigger = 20;
     caps.controls.right_trigger = 31;
     caps.controls.thumb_ry = 1;
-    zestsim::plug_pad(1, caps);
-    backend.refresh_gamepads();
-    read(1);
+    plug(1, caps);
     std::vector<std::string> ids;
     for (std::size_t row : backend.slot(1).attributes)
         ids.push_back(attribute_rows[row].info.id);
@@ -161,9 +155,7 @@ TEST_F(XInputBackendTest, ScansWhatTheCapabilitiesReport) {
 }
 
 TEST_F(XInputBackendTest, MotorsAreClampedAndOnlyChangesAreSent) {
-    zestsim::plug_pad(0, Subtype::Gamepad);
-    backend.refresh_gamepads();
-    read(0);
+    plug(0);
     const auto speeds = [] { return zestsim::vibration(0); };
     write_motors(0, AttributeValue::make_motor(0.5), AttributeValue::make_motor(1.5));
     EXPECT_EQ(speeds().left, 32767);
@@ -181,9 +173,7 @@ TEST_F(XInputBackendTest, MotorsAreClampedAndOnlyChangesAreSent) {
     zestsim::unplug_pad(0);
     read(0);
     write_motors(0, AttributeValue::make_motor(0.2), AttributeValue{});
-    zestsim::plug_pad(0, Subtype::Gamepad);
-    backend.refresh_gamepads();
-    read(0);
+    plug(0);
     write_motors(0, AttributeValue::make_motor(1.0), AttributeValue::make_motor(1.0));
     EXPECT_EQ(zestsim::calls("XInputSetState", 0), 3u);
     write_motors(0, AttributeValue{}, AttributeValue{});
@@ -193,9 +183,7 @@ TEST_F(XInputBackendTest, MotorsAreClampedAndOnlyChangesAreSent) {
 
 TEST_F(XInputBackendTest, NormalReadsAndWritesAllocateNothing) {
     if (!testsupport::AllocationCounter::supported()) GTEST_SKIP() << "no counting allocator";
-    zestsim::plug_pad(1, Subtype::Gamepad);
-    backend.refresh_gamepads();
-    read(1);
+    plug(1);
     GamepadState out{true, std::vector<AttributeValue>(backend.attribute_count(1))};
     out.values[position_of(1, "motor_left")] = AttributeValue::make_motor(1.0);
     backend.write_gamepad(1, out);  // the machine's counters take their first entries
