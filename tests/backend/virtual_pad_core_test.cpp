@@ -114,32 +114,24 @@ std::string untruth(const Game::Impl& core, const Gamepads* panel_pads, hostkit:
     }
     const std::size_t plugged = zestsim::plugged_targets();
     const int index = core.virtual_gamepad_index();
-    const std::string seen =
-        "state " + std::to_string(static_cast<int>(core.virtual_gamepad_state())) + ", index " +
-        std::to_string(index) + ", \"" + text + "\", " + std::to_string(plugged) +
-        " plugged, motor at " + std::to_string(zestsim::vibration(2).left);
-    if (zestsim::vibration(2).left != (rumbling ? 0xFFFF : 0)) return seen;
-    switch (core.virtual_gamepad_state()) {
-        case VirtualGamepadState::Connected: {
-            int shown = -1;
-            for (std::uint32_t serial = 1; serial <= 64 && shown < 0; ++serial)
-                shown = zestsim::target_user(serial);
-            XINPUT_STATE state{};
-            const bool answers =
-                index >= 0 && XInputGetState(static_cast<DWORD>(index), &state) == ERROR_SUCCESS;
-            const bool named = text == "Connected as Gamepad " + std::to_string(index + 1);
-            return plugged == 1 && shown == index && answers && named ? "" : seen;
-        }
-        case VirtualGamepadState::Error:
-            return plugged == 0 && index == -1 && text == core.virtual_gamepad_error().toStdString()
-                       ? ""
-                       : seen;
-        case VirtualGamepadState::Disabled:
-            return plugged == 0 && index == -1 && panel_pads == nullptr ? "" : seen;
-        case VirtualGamepadState::Connecting:
-            return seen;
-    }
-    return seen;
+    const VirtualGamepadState state = core.virtual_gamepad_state();
+    int shown = -1;
+    for (std::uint32_t serial = 1; serial <= 64 && shown < 0; ++serial)
+        shown = zestsim::target_user(serial);
+    XINPUT_STATE pad{};
+    const bool connected = plugged == 1 && shown == index && index >= 0 &&
+                           XInputGetState(static_cast<DWORD>(index), &pad) == ERROR_SUCCESS &&
+                           text == "Connected as Gamepad " + std::to_string(index + 1);
+    const bool unplugged = plugged == 0 && index == -1;
+    const bool true_state =
+        state == VirtualGamepadState::Connected ? connected
+        : state == VirtualGamepadState::Error
+            ? unplugged && text == core.virtual_gamepad_error().toStdString()
+            : state == VirtualGamepadState::Disabled && unplugged && panel_pads == nullptr;
+    if (true_state && zestsim::vibration(2).left == (rumbling ? 0xFFFF : 0)) return "";
+    return "state " + std::to_string(static_cast<int>(state)) + ", index " + std::to_string(index) +
+           ", \"" + text + "\", " + std::to_string(plugged) + " plugged, motor at " +
+           std::to_string(zestsim::vibration(2).left);
 }
 
 std::uint64_t from_environment(const char* name, std::uint64_t otherwise) {
@@ -186,10 +178,11 @@ struct CountedCore {
         std::unique_ptr<Gamepads> user = game.impl().use();
         if (!answers_counted) {  // the thread came with this first use
             ReadThread* thread = game.impl().read_thread();
+            const auto answer = [this] { ++answered; };
             QObject::connect(thread, &ReadThread::virtual_gamepad_attach_success, &game.impl(),
-                             [this] { ++answered; });
+                             answer);
             QObject::connect(thread, &ReadThread::virtual_gamepad_attach_error, &game.impl(),
-                             [this] { ++answered; });
+                             answer);
             answers_counted = true;
         }
         return user;
