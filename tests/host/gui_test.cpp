@@ -10,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <tuple>
 
 #include "gui/main_window.h"
 #include "host/zesthost_fixture.h"
@@ -40,6 +41,10 @@ bool virtual_shows(std::uint16_t mask) {
     return serial && (zestsim::target_report(*serial).buttons & mask) != 0;
 }
 
+bool a_lit(const QWidget& pad) {
+    return shown<QPushButton>(pad, "a")->property("lit").toBool();
+}
+
 class GuiTest : public ZesthostTest {
 protected:
     void SetUp() override {
@@ -60,6 +65,18 @@ protected:
             },
             5000);
     }
+    // Picks `text` in the shown list `name` once the list offers it; null if it never does.
+    QComboBox* choose(const char* name, const char* text) {
+        const QString wanted = QString::fromUtf8(text);
+        QComboBox* list = nullptr;
+        if (!until([&] {
+                list = shown<QComboBox>(*window, name);
+                return list != nullptr && list->findText(wanted) >= 0;
+            }))
+            return nullptr;
+        list->setCurrentIndex(list->findText(wanted));
+        return list;
+    }
 
     std::unique_ptr<zestgui::MainWindow> window;
 };
@@ -70,33 +87,23 @@ TEST_F(GuiTest, PadsAndPreferencesDriveTheVirtualPad) {
     auto* pad = shown<QWidget>(*window, "pad0");
     click_box(shown<QCheckBox>(*pad, "plugged"));
     ASSERT_TRUE(zestsim::is_plugged(0));
-
     const auto* rate = shown<QSpinBox>(*window, "updatems");
     ASSERT_NE(rate, nullptr);
-    EXPECT_EQ(rate->minimum(), 1);
-    EXPECT_EQ(rate->maximum(), 1000);
-    EXPECT_EQ(rate->value(), 240);
+    EXPECT_EQ(std::tuple(rate->minimum(), rate->maximum(), rate->value()),
+              std::tuple(1, 1000, 240));
     click_box(shown<QCheckBox>(*window, "virtualenabled"));
     EXPECT_EQ(session->preferences().get<bool>("virtualenabled"), true);
-
-    QComboBox* feed = nullptr;
-    ASSERT_TRUE(until([&] {
-        feed = shown<QComboBox>(*window, "feedgamepad");
-        return feed != nullptr && feed->findText(QStringLiteral("Gamepad 1")) >= 0;
-    }));
+    const QComboBox* feed = choose("feedgamepad", "Gamepad 1");
+    ASSERT_NE(feed, nullptr);
     EXPECT_EQ(feed->itemText(0), QStringLiteral("None"));
-    feed->setCurrentIndex(feed->findText(QStringLiteral("Gamepad 1")));
     EXPECT_EQ(session->preferences().get<std::int32_t>("feedgamepad"), 0);
 
     auto* a = shown<QPushButton>(*pad, "a");
     QTest::mousePress(a, Qt::LeftButton);
     EXPECT_NE(zestsim::pad_state(0).buttons & button_a, 0);
     ASSERT_TRUE(until([] { return virtual_shows(button_a); }));
-    EXPECT_TRUE(shown<QWidget>(*window, "virtualpad")
-                    ->findChild<QPushButton*>(QStringLiteral("a"))
-                    ->property("lit")
-                    .toBool());
-    EXPECT_TRUE(a->property("lit").toBool());
+    EXPECT_TRUE(a_lit(*shown<QWidget>(*window, "virtualpad")));
+    EXPECT_TRUE(a_lit(*pad));
     QTest::mouseRelease(a, Qt::LeftButton);
     EXPECT_TRUE(until([] { return !virtual_shows(button_a); }));
 }
@@ -112,26 +119,17 @@ TEST_F(GuiTest, TheGraphAndItsPanels) {
     EXPECT_TRUE(nodes->item(0)->text().startsWith(
         QString::fromStdString("on_a: " + on_a.display_name() + " \u2192 hold_b")));
 
-    auto* types = shown<QComboBox>(*window, "types");
-    types->setCurrentIndex(types->findData(QStringLiteral("io.zestworks.gamepad.rumblegamepad")));
+    ASSERT_NE(choose("types", "Rumble Gamepad"), nullptr);
     QTest::mouseClick(shown<QPushButton>(*window, "add"), Qt::LeftButton);
     GraphNode* added = session->graph().find("rumblegamepad1");
     ASSERT_NE(added, nullptr);
-    QComboBox* pads = nullptr;
-    ASSERT_TRUE(until([&] {
-        pads = shown<QComboBox>(*window, "!gamepad");
-        return pads != nullptr && pads->findText(QStringLiteral("Gamepad 1")) >= 0;
-    }));
     EXPECT_EQ(shown<QComboBox>(*window, "!attribute"), nullptr);
-    pads->setCurrentIndex(pads->findText(QStringLiteral("Gamepad 1")));
+    ASSERT_NE(choose("!gamepad", "Gamepad 1"), nullptr);
     EXPECT_EQ(added->store.get<std::int32_t>("!gamepad"), 0);
-    const auto* motors = shown<QComboBox>(*window, "!attribute");
-    ASSERT_NE(motors, nullptr);
-    EXPECT_GE(motors->findText(QStringLiteral("Small motor")), 0);
+    ASSERT_NE(choose("!attribute", "Small motor"), nullptr);
 
     nodes->setCurrentRow(0);
-    auto* targets = shown<QComboBox>(*window, "targets");
-    targets->setCurrentIndex(targets->findText(QStringLiteral("rumblegamepad1")));
+    ASSERT_NE(choose("targets", "rumblegamepad1"), nullptr);
     QTest::mouseClick(shown<QPushButton>(*window, "connect"), Qt::LeftButton);
     EXPECT_EQ(on_a.children.back(), added);
     click_box(shown<QCheckBox>(*window, "bypassed"));
