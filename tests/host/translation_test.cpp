@@ -15,8 +15,6 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-using TranslationTest = KitTest;
-
 const ZestHost host = hostkit::host_handle();
 
 // Ends a builder as the plug-in does where the text must outlive the next call.
@@ -29,7 +27,7 @@ std::string ended(ZestTrBuilder builder) {
 
 // Keys translate to themselves until given texts, which stay valid until reset. Arguments fill
 // markers in the order of their numbers; into a buffer, at most 255 bytes are kept.
-TEST_F(TranslationTest, KeysTextsAndArguments) {
+TEST_F(KitTest, TranslationKeysTextsAndArguments) {
     const char* before = zest_plugin_tr(host, "Preferences.UpdateRate");
     EXPECT_STREQ(before, "Preferences.UpdateRate");
     EXPECT_EQ(zest_plugin_tr(host, nullptr), nullptr);
@@ -59,13 +57,12 @@ TEST_F(TranslationTest, KeysTextsAndArguments) {
         zest_tr_end_str(builder, buffer);
         EXPECT_EQ(std::string(buffer), (std::string(length - 1, 'x') + "5").substr(0, 255));
     }
-    EXPECT_THAT(hostkit::check(), IsEmpty());
     EXPECT_EQ(ended(zest_plugin_tr_arg(host, "VirtualGamepad.Connected.%1")),
               "VirtualGamepad.Connected.%1");
     EXPECT_THAT(hostkit::check(), ElementsAre(HasSubstr("0 arguments for 1 markers")));
 }
 
-TEST_F(TranslationTest, EveryMisuseOfBuildersAndStringsIsReported) {
+TEST_F(KitTest, EveryMisuseOfTranslationBuildersAndStringsIsReported) {
     char* leaked = zest_tr_end(zest_plugin_tr_arg(host, "Leaked"));
     char* twice = zest_tr_end(zest_plugin_tr_arg(host, "Twice"));
     zest_string_destroy(twice);
@@ -93,7 +90,7 @@ TEST_F(TranslationTest, EveryMisuseOfBuildersAndStringsIsReported) {
     EXPECT_THAT(hostkit::check(), IsEmpty());
 }
 
-TEST_F(TranslationTest, TwoThreadsTranslateAtOnceEachGettingItsOwnTexts) {
+TEST_F(KitTest, TwoThreadsTranslateAtOnceEachGettingItsOwnTexts) {
     hostkit::set_translation("GenericGamepad.Name.%1", "Gamepad %1");
     constexpr int count = 2000;
     auto check_names = [](int first) {
@@ -110,7 +107,7 @@ TEST_F(TranslationTest, TwoThreadsTranslateAtOnceEachGettingItsOwnTexts) {
     EXPECT_THAT(hostkit::check(), IsEmpty());
 }
 
-TEST_F(TranslationTest, EnglishTableGivesEveryKeyAText) {
+TEST_F(KitTest, EnglishTableGivesEveryKeyAText) {
     EXPECT_FALSE(hostkit::load_translations("/nonexistent/en.json"));
     ASSERT_TRUE(hostkit::load_translations(ZEST_ENGLISH_TABLE));
     ZestTrBuilder builder = zest_plugin_tr_arg(host, "PressGamepadButtonNode.Name.%1.%2");
