@@ -15,33 +15,29 @@ using platform::TickTimer;
 // loaded, sanitised CI machine.
 constexpr auto prompt = 2s;
 
-Clock::duration time_waits(TickTimer& timer, int waits) {
+// How long `waits` waits take; with `event_after`, another thread sets the event that long after
+// the start. That thread always runs to its end: a std::jthread cancelled in its stop_token wait
+// can hang in the join under mingw-w64's libstdc++, whose semaphores lose wake-ups where there is
+// no futex.
+Clock::duration time_waits(TickTimer& timer, int waits, Clock::duration event_after = {},
+                           void (TickTimer::*wait)() = &TickTimer::wait_timer_or_event) {
     const auto start = Clock::now();
-    for (int i = 0; i < waits; ++i)
-        timer.wait_timer_or_event();
-    return Clock::now() - start;
-}
-
-// One wait while another thread sets the event `delay` after its start. The thread always runs
-// to its end: a std::jthread cancelled in its stop_token wait can hang in the join under
-// mingw-w64's libstdc++, whose semaphores lose wake-ups where there is no futex.
-Clock::duration time_wait_with_event_after(
-    TickTimer& timer, Clock::duration delay,
-    void (TickTimer::*wait)() = &TickTimer::wait_timer_or_event) {
-    const auto start = Clock::now();
-    std::thread setter([&timer, delay] {
-        std::this_thread::sleep_for(delay);
+    std::thread setter([&timer, event_after] {
+        if (event_after == Clock::duration{}) return;
+        std::this_thread::sleep_for(event_after);
         timer.set_event();
     });
-    (timer.*wait)();
+    for (int i = 0; i < waits; ++i)
+        (timer.*wait)();
     const auto waited = Clock::now() - start;
     setter.join();
     return waited;
 }
 
 // A period below 1 ms counts as 1 ms rather than disarming the timer. Arming replaces the earlier
-// arming, and the expiries it left pending: the first wake-up comes a new period on.
-TEST(TickTimer, WakesOncePerPeriodOfTheLastArming) {
+// arming, and the expiries it left pending: the first wake-up comes a new period on. Cancelling
+// stops the timer and drops a pending expiry: only the event ends the next wait.
+TEST(TickTimer, WakesOncePerPeriodOfTheLastArmingUntilCancelled) {
     TickTimer timer;
     const auto start = Clock::now();
     timer.arm(10);
@@ -58,29 +54,17 @@ TEST(TickTimer, WakesOncePerPeriodOfTheLastArming) {
     std::this_thread::sleep_for(30ms);
     timer.arm(300);
     EXPECT_GE(time_waits(timer, 1), 300ms);
-}
 
-// Cancelling stops the timer and drops a pending expiry; the event from another thread ends a
-// wait, and a wait on the event alone ignores the timer.
-TEST(TickTimer, CancelAndTheEventFromAnotherThread) {
-    TickTimer timer;
     timer.arm(5);
     timer.wait_timer_or_event();
     std::this_thread::sleep_for(30ms);
     timer.cancel();
-    EXPECT_GE(time_wait_with_event_after(timer, 100ms), 100ms);
-
-    timer.arm(10'000);
-    const auto waited = time_wait_with_event_after(timer, 50ms);
-    EXPECT_GE(waited, 50ms);
-    EXPECT_LT(waited, prompt);
-
-    timer.arm(5);
-    EXPECT_GE(time_wait_with_event_after(timer, 100ms, &TickTimer::wait_event), 100ms);
+    EXPECT_GE(time_waits(timer, 1, 100ms), 100ms);
 }
 
-// Two sets before a wait are one wake-up. When the timer and the event are both ready, the timer
-// goes first and the event stays set, through a cancel, for the next wait.
+// Two sets before a wait are one wake-up. The event, set from another thread, ends a wait; a
+// wait on the event alone ignores the timer. When the timer and the event are both ready, the
+// timer goes first and the event stays set, through a cancel, for the next wait.
 TEST(TickTimer, TimerGoesFirstAndTheEventIsKept) {
     TickTimer timer;
     timer.set_event();
@@ -88,6 +72,13 @@ TEST(TickTimer, TimerGoesFirstAndTheEventIsKept) {
     EXPECT_LT(time_waits(timer, 1), prompt);
     timer.arm(50);
     EXPECT_GE(time_waits(timer, 1), 50ms);
+
+    timer.arm(10'000);
+    const auto waited = time_waits(timer, 1, 50ms);
+    EXPECT_GE(waited, 50ms);
+    EXPECT_LT(waited, prompt);
+    timer.arm(5);
+    EXPECT_GE(time_waits(timer, 1, 100ms, &TickTimer::wait_event), 100ms);
 
     timer.arm(1);
     timer.set_event();
