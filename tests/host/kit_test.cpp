@@ -34,8 +34,9 @@ std::string ended(ZestTrBuilder builder) {
 }
 
 // Keys translate to themselves until given texts, which stay valid until reset. Arguments fill
-// markers in the order of their numbers; into a buffer, at most 255 bytes are kept.
-TEST_F(KitTest, TranslationKeysTextsAndArguments) {
+// markers in the order of their numbers; into a buffer, at most 255 bytes are kept. Every misuse
+// of builders and strings is reported.
+TEST_F(KitTest, TranslationsAndEveryMisuseOfBuildersAndStrings) {
     const char* before = zest_plugin_tr(host, "Preferences.UpdateRate");
     EXPECT_STREQ(before, "Preferences.UpdateRate");
     EXPECT_EQ(zest_plugin_tr(host, nullptr), nullptr);
@@ -67,10 +68,7 @@ TEST_F(KitTest, TranslationKeysTextsAndArguments) {
     }
     EXPECT_EQ(ended(zest_plugin_tr_arg(host, "VirtualGamepad.Connected.%1")),
               "VirtualGamepad.Connected.%1");
-    EXPECT_THAT(hostkit::check(), ElementsAre(HasSubstr("0 arguments for 1 markers")));
-}
 
-TEST_F(KitTest, EveryMisuseOfTranslationBuildersAndStringsIsReported) {
     char* leaked = zest_tr_end(zest_plugin_tr_arg(host, "Leaked"));
     char* twice = zest_tr_end(zest_plugin_tr_arg(host, "Twice"));
     zest_string_destroy(twice);
@@ -86,7 +84,8 @@ TEST_F(KitTest, EveryMisuseOfTranslationBuildersAndStringsIsReported) {
     zest_plugin_tr(nullptr, "Name");
 
     EXPECT_THAT(hostkit::check(),
-                ElementsAre(HasSubstr("zest_string_destroy: string destroyed twice"),
+                ElementsAre(HasSubstr("0 arguments for 1 markers"),
+                            HasSubstr("zest_string_destroy: string destroyed twice"),
                             HasSubstr("zest_string_destroy: null string"),
                             HasSubstr("zest_string_destroy: string not made by zest_tr_end"),
                             HasSubstr("zest_tr_int: translation builder used after its end"),
@@ -100,16 +99,15 @@ TEST_F(KitTest, EveryMisuseOfTranslationBuildersAndStringsIsReported) {
 
 TEST_F(KitTest, TwoThreadsTranslateAtOnceEachGettingItsOwnTexts) {
     hostkit::set_translation("GenericGamepad.Name.%1", "Gamepad %1");
-    constexpr int count = 2000;
     auto check_names = [](int first) {
-        for (int i = first; i < first + count; ++i) {
+        for (int i = first; i < first + 2000; ++i) {
             ZestTrBuilder builder = zest_plugin_tr_arg(host, "GenericGamepad.Name.%1");
             zest_tr_int(builder, i);
             const std::string name = ended(builder) + zest_plugin_tr(host, "None");
             if (name != "Gamepad " + std::to_string(i) + "None") ADD_FAILURE() << name;
         }
     };
-    std::thread other(check_names, count);
+    std::thread other(check_names, 2000);
     check_names(0);
     other.join();
     EXPECT_THAT(hostkit::check(), IsEmpty());
@@ -134,9 +132,10 @@ TEST_F(KitTest, EnglishTableGivesEveryKeyAText) {
     }
 }
 
-// A set replaces value and type under the same key; a string read keeps its address while
-// other keys are set. Reads of nothing and foreign handles are violations that change nothing.
-TEST_F(KitTest, StoreKeysHoldOneValueOfOneType) {
+// A store key holds one value of one type, and a string read keeps its address while other keys
+// are set. Sinks record posts in order, every event is destroyed once, and the registry copies
+// each descriptor during the call. Every misuse is reported and changes nothing.
+TEST_F(KitTest, StoresSinksAndTheRegistry) {
     hostkit::Store store;
     ZestStore handle = store.handle();
     zest_store_set_string(handle, "!attribute", "button_a");
@@ -149,7 +148,6 @@ TEST_F(KitTest, StoreKeysHoldOneValueOfOneType) {
     EXPECT_EQ(zest_store_get_int(handle, "!attribute"), 7);
     store.set("virtualenabled", true);
     EXPECT_FALSE(zest_store_has_int(handle, "virtualenabled"));
-
     EXPECT_EQ(zest_store_get_string(handle, "!attribute"), nullptr);
     EXPECT_EQ(zest_store_get_int(handle, "missing"), 0);
     EXPECT_FALSE(zest_store_has_int(handle, nullptr));
@@ -157,16 +155,7 @@ TEST_F(KitTest, StoreKeysHoldOneValueOfOneType) {
     EXPECT_FALSE(zest_store_has_int(reinterpret_cast<ZestStore>(node.handle()), "!attribute"));
     zest_store_set_int(nullptr, "!attribute", 1);
     EXPECT_EQ(store.get<std::int32_t>("!attribute"), 7);
-    EXPECT_THAT(hostkit::check(),
-                ElementsAre(HasSubstr("zest_store_get_string: \"!attribute\" holds no string"),
-                            HasSubstr("zest_store_get_int: \"missing\" holds no int"),
-                            HasSubstr("zest_store_has_int: null key"),
-                            HasSubstr("zest_store_has_int: unknown store handle"),
-                            HasSubstr("zest_store_set_int: unknown store handle")));
-}
 
-TEST_F(KitTest, SinksRecordPostsInOrderAndEveryEventIsDestroyedOnce) {
-    hostkit::Node node;
     ZestSink parent = zest_node_parent_sink(node.handle());
     ZestEvent made = zest_event_create();
     ZestEvent received = hostkit::create_event();
@@ -174,23 +163,14 @@ TEST_F(KitTest, SinksRecordPostsInOrderAndEveryEventIsDestroyedOnce) {
     zest_event_post(parent, made);
     zest_event_post(parent, received);
     EXPECT_EQ(node.child_sink().posted(), std::vector<std::uint64_t>{2});
-    EXPECT_EQ(node.parent_sink().posted(), (std::vector<std::uint64_t>{1, 2}));
     EXPECT_EQ(hostkit::live_event_count(), 2u);
-
     zest_event_destroy(made);
     zest_event_destroy(made);
     zest_event_post(parent, made);
     zest_event_post(nullptr, received);
     EXPECT_EQ(node.parent_sink().posted(), (std::vector<std::uint64_t>{1, 2}));
     EXPECT_EQ(hostkit::live_event_count(), 1u);
-    EXPECT_THAT(hostkit::check(),
-                ElementsAre(HasSubstr("zest_event_destroy: event already destroyed"),
-                            HasSubstr("zest_event_post: event already destroyed"),
-                            HasSubstr("zest_event_post: unknown sink handle"),
-                            HasSubstr("event 2 never destroyed")));
-}
 
-TEST_F(KitTest, RegistryCopiesEachDescriptorDuringTheCallAndRefusesAnIdTwice) {
     hostkit::Registry registry;
     std::string name = "Press Gamepad Button";
     NodeTypeDescriptor descriptor{};
@@ -204,7 +184,6 @@ TEST_F(KitTest, RegistryCopiesEachDescriptorDuringTheCallAndRefusesAnIdTwice) {
     zest_register_node(registry.handle(), &descriptor);
     zest_register_node(registry.handle(), &descriptor);
     zest_register_node(registry.handle(), nullptr);
-
     ASSERT_EQ(registry.types().size(), 2u);
     const hostkit::RegisteredNodeType& first = registry.types()[0];
     EXPECT_EQ(
@@ -212,8 +191,18 @@ TEST_F(KitTest, RegistryCopiesEachDescriptorDuringTheCallAndRefusesAnIdTwice) {
         std::tuple("io.zestworks.gamepad.pressgamepadbutton", "Press Gamepad Button", "Actions"));
     EXPECT_EQ(first.type_code, descriptor.type_code);
     EXPECT_EQ(registry.find("io.zestworks.gamepad.rumblegamepad"), &registry.types()[1]);
+
     EXPECT_THAT(hostkit::check(),
-                ElementsAre(HasSubstr("registered twice"), HasSubstr("no descriptor or no id")));
+                ElementsAre(HasSubstr("zest_store_get_string: \"!attribute\" holds no string"),
+                            HasSubstr("zest_store_get_int: \"missing\" holds no int"),
+                            HasSubstr("zest_store_has_int: null key"),
+                            HasSubstr("zest_store_has_int: unknown store handle"),
+                            HasSubstr("zest_store_set_int: unknown store handle"),
+                            HasSubstr("zest_event_destroy: event already destroyed"),
+                            HasSubstr("zest_event_post: event already destroyed"),
+                            HasSubstr("zest_event_post: unknown sink handle"),
+                            HasSubstr("registered twice"), HasSubstr("no descriptor or no id"),
+                            HasSubstr("event 2 never destroyed")));
 }
 
 // A keyed control shows the scripted value, else the store's of its type, else the default, and
