@@ -95,9 +95,8 @@ TEST_F(KitTest, TranslationsAndEveryMisuseOfBuildersAndStrings) {
     zest_string_destroy(leaked);
     hostkit::reset();
     EXPECT_THAT(hostkit::check(), IsEmpty());
-}
 
-TEST_F(KitTest, TwoThreadsTranslateAtOnceEachGettingItsOwnTexts) {
+    // Two threads translate at once, each getting its own texts.
     hostkit::set_translation("GenericGamepad.Name.%1", "Gamepad %1");
     auto check_names = [](int first) {
         for (int i = first; i < first + 2000; ++i) {
@@ -111,9 +110,8 @@ TEST_F(KitTest, TwoThreadsTranslateAtOnceEachGettingItsOwnTexts) {
     check_names(0);
     other.join();
     EXPECT_THAT(hostkit::check(), IsEmpty());
-}
 
-TEST_F(KitTest, EnglishTableGivesEveryKeyAText) {
+    // The English table gives every key a text with the key's markers.
     EXPECT_FALSE(hostkit::load_translations("/nonexistent/en.json"));
     ASSERT_TRUE(hostkit::load_translations(ZEST_ENGLISH_TABLE));
     EXPECT_STREQ(zest_plugin_tr(host, "Preferences.UpdateRate"), "Update rate");
@@ -190,7 +188,6 @@ TEST_F(KitTest, StoresSinksAndTheRegistry) {
         std::tie(first.id, first.name, first.category),
         std::tuple("io.zestworks.gamepad.pressgamepadbutton", "Press Gamepad Button", "Actions"));
     EXPECT_EQ(first.type_code, descriptor.type_code);
-    EXPECT_EQ(registry.find("io.zestworks.gamepad.rumblegamepad"), &registry.types()[1]);
 
     EXPECT_THAT(hostkit::check(),
                 ElementsAre(HasSubstr("zest_store_get_string: \"!attribute\" holds no string"),

@@ -11,9 +11,11 @@ namespace {
 using platform::counter_to_ns;
 using platform::monotonic_now_ns;
 
-// Exact at frequencies that divide a second evenly and at ones that do not (the ACPI and HPET
-// rates), also after about 88 years of uptime, where ticks * 1e9 is far beyond 64 bits.
-TEST(CounterToNs, ScalesExactlyWithoutOverflowAfterLongUptimes) {
+// The counter's scaling is exact at frequencies that divide a second evenly and at ones that do
+// not (the ACPI and HPET rates), also after about 88 years of uptime, where ticks * 1e9 is far
+// beyond 64 bits. The clock's unit is checked against the standard steady clock, bracketing it,
+// without any timing guess.
+TEST(MonotonicClock, ScalesTheCounterExactlyAndCountsNanoseconds) {
     constexpr std::int64_t second = 1'000'000'000;
     constexpr std::int64_t uptime = 2'800'000'000;
     EXPECT_EQ(counter_to_ns(1, 10'000'000), 100);
@@ -24,10 +26,7 @@ TEST(CounterToNs, ScalesExactlyWithoutOverflowAfterLongUptimes) {
         EXPECT_EQ(counter_to_ns(uptime * frequency + frequency / 2, frequency),
                   uptime * second + second / 2);
     }
-}
 
-// Bracketed by the standard steady clock, so the unit is checked without any timing guess.
-TEST(MonotonicNowNs, CountsNanoseconds) {
     const auto steady_before = std::chrono::steady_clock::now();
     const std::int64_t before = monotonic_now_ns();
     std::this_thread::sleep_for(std::chrono::milliseconds(20));

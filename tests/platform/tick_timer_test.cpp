@@ -37,7 +37,7 @@ Clock::duration time_waits(TickTimer& timer, int waits, Clock::duration event_af
 // A period below 1 ms counts as 1 ms rather than disarming the timer. Arming replaces the earlier
 // arming, and the expiries it left pending: the first wake-up comes a new period on. Cancelling
 // stops the timer and drops a pending expiry: only the event ends the next wait.
-TEST(TickTimer, WakesOncePerPeriodOfTheLastArmingUntilCancelled) {
+TEST(TickTimer, PeriodCancelAndEvent) {
     TickTimer timer;
     const auto start = Clock::now();
     timer.arm(10);
@@ -60,13 +60,10 @@ TEST(TickTimer, WakesOncePerPeriodOfTheLastArmingUntilCancelled) {
     std::this_thread::sleep_for(30ms);
     timer.cancel();
     EXPECT_GE(time_waits(timer, 1, 100ms), 100ms);
-}
 
-// Two sets before a wait are one wake-up. The event, set from another thread, ends a wait; a
-// wait on the event alone ignores the timer. When the timer and the event are both ready, the
-// timer goes first and the event stays set, through a cancel, for the next wait.
-TEST(TickTimer, TimerGoesFirstAndTheEventIsKept) {
-    TickTimer timer;
+    // Two sets before a wait are one wake-up. The event, set from another thread, ends a wait; a
+    // wait on the event alone ignores the timer. When the timer and the event are both ready,
+    // the timer goes first and the event stays set, through a cancel, for the next wait.
     timer.set_event();
     timer.set_event();
     EXPECT_LT(time_waits(timer, 1), prompt);

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "backend/backend.h"
-#include "backend/bus/bus_client.h"
 #include "hostapi/host_wrappers.h"
 #include "kit/kit.h"
 #include "platform/monotonic_clock.h"
@@ -26,13 +25,9 @@ TEST(PerformanceCounter, TheClockIsTheCounterScaledToNanoseconds) {
 }
 
 // XInput, imported by ordinal, answers for every empty slot; the backend shows four generic,
-// disconnected pads and can't attach a virtual pad, as the bus client finds no driver.
+// disconnected pads and can't attach a virtual pad, as the bus client finds no driver (the text
+// is that of a connection that found nothing).
 TEST_F(KitTest, EmptySlotsAreGenericDisconnectedPadsAndThereIsNoBus) {
-    BusClient* client = bus_client_alloc();
-    ASSERT_NE(client, nullptr);
-    EXPECT_EQ(bus_client_connect(client), BUS_ERROR_NOT_FOUND);
-    bus_client_free(client);
-
     ASSERT_TRUE(hostkit::load_translations(ZEST_ENGLISH_TABLE));
     plugin_host_handle = hostkit::host_handle();
     XINPUT_STATE state{};
