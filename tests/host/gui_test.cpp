@@ -1,15 +1,9 @@
-#include <QCheckBox>
-#include <QComboBox>
-#include <QListWidget>
-#include <QPlainTextEdit>
-#include <QPushButton>
-#include <QRegularExpression>
-#include <QSpinBox>
 #include <QTest>
+#include <QtWidgets>
 
 #include <functional>
-#include <memory>
 #include <string>
+#include <tuple>
 
 #include "gui/main_window.h"
 #include "host/zesthost_fixture.h"
@@ -40,116 +34,77 @@ bool virtual_shows(std::uint16_t mask) {
     return serial && (zestsim::target_report(*serial).buttons & mask) != 0;
 }
 
-class GuiTest : public ZesthostTest {
-protected:
-    void SetUp() override {
-        ZesthostTest::SetUp();
-        window = std::make_unique<zestgui::MainWindow>(*session);
-        window->show();
-    }
-    void TearDown() override {
-        window.reset();
-        ZesthostTest::TearDown();
-    }
-    // Lets the machine and the plug-in run, the window following, until `done`.
-    bool until(const std::function<bool()>& done) {
-        return session->run_until(
-            [&] {
-                window->refresh();
-                return done();
-            },
-            5000);
-    }
-
-    std::unique_ptr<zestgui::MainWindow> window;
-};
-
 // A person plugs a pad, switches the virtual pad on in the preferences, feeds it from the pad
 // and presses A with the mouse: the plug-in mirrors it, and the window lights A on both pads.
-TEST_F(GuiTest, PadsAndPreferencesDriveTheVirtualPad) {
-    auto* pad = shown<QWidget>(*window, "pad0");
+// Then the graph: a file's nodes under the plug-in's names, a node added, given a pad in its
+// panel, connected, bypassed and deleted; events reach the log with their time.
+TEST_F(ZesthostTest, TheWindowDrivesTheVirtualPadAndTheGraph) {
+    zestgui::MainWindow window(*session);
+    window.show();
+    // Lets the machine and the plug-in run, the window following, until `done`.
+    auto until = [&](const std::function<bool()>& done) {
+        return session->run_until([&] { return (window.refresh(), done()); }, 5000);
+    };
+    // Picks `text` in the shown list `name` once the list offers it; null if it never does.
+    auto choose = [&](const char* name, const char* text) -> QComboBox* {
+        const QString wanted = QString::fromUtf8(text);
+        QComboBox* list = nullptr;
+        if (!until([&] {
+                list = shown<QComboBox>(window, name);
+                return list != nullptr && list->findText(wanted) >= 0;
+            }))
+            return nullptr;
+        list->setCurrentIndex(list->findText(wanted));
+        return list;
+    };
+
+    auto* pad = shown<QWidget>(window, "pad0");
     click_box(shown<QCheckBox>(*pad, "plugged"));
-    ASSERT_TRUE(zestsim::is_plugged(0));
-
-    const auto* rate = shown<QSpinBox>(*window, "updatems");
+    const auto* rate = shown<QSpinBox>(window, "updatems");
     ASSERT_NE(rate, nullptr);
-    EXPECT_EQ(rate->minimum(), 1);
-    EXPECT_EQ(rate->maximum(), 1000);
-    EXPECT_EQ(rate->value(), 240);
-    click_box(shown<QCheckBox>(*window, "virtualenabled"));
-    EXPECT_EQ(session->preferences().get<bool>("virtualenabled"), true);
-
-    QComboBox* feed = nullptr;
-    ASSERT_TRUE(until([&] {
-        feed = shown<QComboBox>(*window, "feedgamepad");
-        return feed != nullptr && feed->findText(QStringLiteral("Gamepad 1")) >= 0;
-    }));
-    EXPECT_EQ(feed->itemText(0), QStringLiteral("None"));
-    feed->setCurrentIndex(feed->findText(QStringLiteral("Gamepad 1")));
-    EXPECT_EQ(session->preferences().get<std::int32_t>("feedgamepad"), 0);
-
+    EXPECT_EQ(std::tuple(rate->minimum(), rate->maximum(), rate->value()),
+              std::tuple(1, 1000, 240));
+    click_box(shown<QCheckBox>(window, "virtualenabled"));
+    ASSERT_NE(choose("feedgamepad", "Gamepad 1"), nullptr);
     auto* a = shown<QPushButton>(*pad, "a");
     QTest::mousePress(a, Qt::LeftButton);
-    EXPECT_NE(zestsim::pad_state(0).buttons & button_a, 0);
     ASSERT_TRUE(until([] { return virtual_shows(button_a); }));
-    EXPECT_TRUE(shown<QWidget>(*window, "virtualpad")
-                    ->findChild<QPushButton*>(QStringLiteral("a"))
-                    ->property("lit")
-                    .toBool());
-    EXPECT_TRUE(a->property("lit").toBool());
+    for (const QWidget* lit : {shown<QWidget>(window, "virtualpad"), pad})
+        EXPECT_TRUE(shown<QPushButton>(*lit, "a")->property("lit").toBool())
+            << lit->objectName().toStdString();
     QTest::mouseRelease(a, Qt::LeftButton);
     EXPECT_TRUE(until([] { return !virtual_shows(button_a); }));
-}
 
-// The graph through the window: a file's nodes under the plug-in's names, a node added, given
-// a pad in its panel, connected, bypassed and deleted; events reach the log with their time.
-TEST_F(GuiTest, TheGraphAndItsPanels) {
-    zestsim::plug_pad(0, zestsim::Subtype::Gamepad);
-    ASSERT_TRUE(window->load(ZEST_EXAMPLES "/demo.graph.json"));
-    auto* nodes = shown<QListWidget>(*window, "nodes");
+    ASSERT_TRUE(window.load(ZEST_EXAMPLES "/demo.graph.json"));
+    auto* nodes = shown<QListWidget>(window, "nodes");
     ASSERT_EQ(nodes->count(), 3);
     const GraphNode& on_a = *session->graph().find("on_a");
     EXPECT_TRUE(nodes->item(0)->text().startsWith(
         QString::fromStdString("on_a: " + on_a.display_name() + " \u2192 hold_b")));
-
-    auto* types = shown<QComboBox>(*window, "types");
-    types->setCurrentIndex(types->findData(QStringLiteral("io.zestworks.gamepad.rumblegamepad")));
-    QTest::mouseClick(shown<QPushButton>(*window, "add"), Qt::LeftButton);
+    ASSERT_NE(choose("types", "Rumble Gamepad"), nullptr);
+    QTest::mouseClick(shown<QPushButton>(window, "add"), Qt::LeftButton);
     GraphNode* added = session->graph().find("rumblegamepad1");
     ASSERT_NE(added, nullptr);
-    QComboBox* pads = nullptr;
-    ASSERT_TRUE(until([&] {
-        pads = shown<QComboBox>(*window, "!gamepad");
-        return pads != nullptr && pads->findText(QStringLiteral("Gamepad 1")) >= 0;
-    }));
-    EXPECT_EQ(shown<QComboBox>(*window, "!attribute"), nullptr);
-    pads->setCurrentIndex(pads->findText(QStringLiteral("Gamepad 1")));
-    EXPECT_EQ(added->store.get<std::int32_t>("!gamepad"), 0);
-    const auto* motors = shown<QComboBox>(*window, "!attribute");
-    ASSERT_NE(motors, nullptr);
-    EXPECT_GE(motors->findText(QStringLiteral("Small motor")), 0);
-
+    ASSERT_NE(choose("!gamepad", "Gamepad 1"), nullptr);
+    ASSERT_NE(choose("!attribute", "Small motor"), nullptr);
     nodes->setCurrentRow(0);
-    auto* targets = shown<QComboBox>(*window, "targets");
-    targets->setCurrentIndex(targets->findText(QStringLiteral("rumblegamepad1")));
-    QTest::mouseClick(shown<QPushButton>(*window, "connect"), Qt::LeftButton);
+    ASSERT_NE(choose("targets", "rumblegamepad1"), nullptr);
+    QTest::mouseClick(shown<QPushButton>(window, "connect"), Qt::LeftButton);
     EXPECT_EQ(on_a.children.back(), added);
-    click_box(shown<QCheckBox>(*window, "bypassed"));
-    EXPECT_TRUE(on_a.bypassed);
+    click_box(shown<QCheckBox>(window, "bypassed"));
     EXPECT_TRUE(nodes->item(0)->text().contains(QStringLiteral("(bypassed)")));
 
     zestsim::press(0, button_a, true);
     ASSERT_TRUE(until([&] { return on_a.originated() == 1; }));
-    EXPECT_TRUE(shown<QPlainTextEdit>(*window, "log")
+    EXPECT_TRUE(shown<QPlainTextEdit>(window, "log")
                     ->toPlainText()
                     .contains(QRegularExpression(
                         QStringLiteral("\\[ *\\d+\\.\\d{3}\\] event: on_a fired"))));
 
     nodes->setCurrentRow(3);
-    QTest::mouseClick(shown<QPushButton>(*window, "delete"), Qt::LeftButton);
+    QTest::mouseClick(shown<QPushButton>(window, "delete"), Qt::LeftButton);
     EXPECT_EQ(session->graph().find("rumblegamepad1"), nullptr);
     EXPECT_EQ(on_a.children.size(), 1u);
-    EXPECT_EQ(nodes->count(), 3);
 }
 
 }  // namespace

@@ -8,7 +8,6 @@
 #include <memory>
 #include <string>
 
-#include "kit/kit.h"
 #include "support/kit_fixture.h"
 #include "zesthost/session.h"
 #include "zestsim/zestsim.h"
@@ -27,7 +26,7 @@ protected:
         KitTest::SetUp();
         ASSERT_TRUE(hostkit::load_translations(ZEST_ENGLISH_TABLE));
         zestsim::reset();
-        ASSERT_TRUE(folder.isValid());
+        ASSERT_NE(trace_file, nullptr);
         session = std::make_unique<Session>(ZEST_PLUGIN_PATH, trace);
     }
     void TearDown() override {
@@ -40,21 +39,11 @@ protected:
     std::string path(const std::string& name) const {
         return folder.filePath(QString::fromStdString(name)).toStdString();
     }
-    std::string write(const std::string& name, const std::string& text) const {
-        std::ofstream(path(name)) << text;
-        return path(name);
-    }
-    std::string traced() {
-        std::fflush(trace_file);
-        std::rewind(trace_file);
-        std::string text;
-        for (int c; (c = std::fgetc(trace_file)) != EOF;)
-            text += static_cast<char>(c);
-        return text;
-    }
+    // Each line is flushed as it is written.
+    std::string traced() const { return contents(path("trace")); }
 
     QTemporaryDir folder;
-    std::FILE* trace_file = std::tmpfile();
+    std::FILE* trace_file = std::fopen(path("trace").c_str(), "w");
     Trace trace{trace_file};
     std::unique_ptr<Session> session;
 };

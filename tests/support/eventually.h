@@ -1,7 +1,7 @@
 #pragma once
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
+#include <QDeadlineTimer>
 #include <QThread>
 
 // Runs the main thread's event loop until `done`, for a few seconds at most. What the polling
@@ -9,9 +9,8 @@
 // With `held`, the main thread is held up as a busy host's is, and nothing is delivered.
 template <typename Done>
 bool eventually(Done done, bool held = false) {
-    QElapsedTimer clock;
-    clock.start();
-    while (!done() && clock.elapsed() < 5000) {
+    const QDeadlineTimer deadline(5000);
+    while (!done() && !deadline.hasExpired()) {
         if (!held) QCoreApplication::processEvents();
         QThread::msleep(2);
     }

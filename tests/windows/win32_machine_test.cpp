@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "backend/backend.h"
-#include "backend/bus/bus_client.h"
 #include "hostapi/host_wrappers.h"
 #include "kit/kit.h"
 #include "platform/monotonic_clock.h"
@@ -18,7 +17,6 @@ TEST(PerformanceCounter, TheClockIsTheCounterScaledToNanoseconds) {
     LARGE_INTEGER before;
     LARGE_INTEGER after;
     ASSERT_TRUE(QueryPerformanceFrequency(&frequency));
-    ASSERT_GT(frequency.QuadPart, 0);
     QueryPerformanceCounter(&before);
     const std::int64_t now = platform::monotonic_now_ns();
     QueryPerformanceCounter(&after);
@@ -26,45 +24,31 @@ TEST(PerformanceCounter, TheClockIsTheCounterScaledToNanoseconds) {
     EXPECT_GE(platform::counter_to_ns(after.QuadPart, frequency.QuadPart), now);
 }
 
-TEST(BusClient, WithoutTheBusDriverConnectingFindsNothing) {
-    BusClient* client = bus_client_alloc();
-    ASSERT_NE(client, nullptr);
-    EXPECT_EQ(bus_client_connect(client), BUS_ERROR_NOT_FOUND);
-    bus_client_free(client);
-}
-
-class MachineBackendTest : public KitTest {
-protected:
-    void SetUp() override {
-        KitTest::SetUp();
-        ASSERT_TRUE(hostkit::load_translations(ZEST_ENGLISH_TABLE));
-        plugin_host_handle = hostkit::host_handle();
-    }
-};
-
 // XInput, imported by ordinal, answers for every empty slot; the backend shows four generic,
-// disconnected pads and can't attach a virtual pad without the driver.
-TEST_F(MachineBackendTest, EmptySlotsAreGenericDisconnectedPads) {
+// disconnected pads and can't attach a virtual pad, as the bus client finds no driver (the text
+// is that of a connection that found nothing).
+TEST_F(KitTest, EmptySlotsAreGenericDisconnectedPadsAndThereIsNoBus) {
+    ASSERT_TRUE(hostkit::load_translations(ZEST_ENGLISH_TABLE));
+    plugin_host_handle = hostkit::host_handle();
     XINPUT_STATE state{};
     EXPECT_EQ(XInputGetState(0, &state), static_cast<DWORD>(ERROR_DEVICE_NOT_CONNECTED));
-    {
-        std::unique_ptr<gamepad::Backend> backend = gamepad::create_backend();
-        ASSERT_EQ(backend->gamepad_count(), 4u);
-        backend->refresh_gamepads();
-        for (std::size_t pad = 0; pad < 4; ++pad) {
-            gamepad::GamepadState read;
-            read.values.resize(backend->attribute_count(pad));
-            backend->read_gamepad(pad, read);
-            EXPECT_FALSE(read.is_connected) << pad;
-            EXPECT_EQ(backend->gamepad_name(pad), "Gamepad " + QByteArray::number(pad + 1));
-            EXPECT_GT(backend->attribute_count(pad), 0u);
-        }
-        std::size_t virtual_pad = 0;
-        const std::uint32_t result = backend->attach_virtual_gamepad(0, virtual_pad);
-        EXPECT_NE(result, 0u);
-        EXPECT_EQ(backend->attach_error_text(0, result),
-                  "The ViGEm bus driver is not installed or cannot be reached.");
+    std::unique_ptr<gamepad::Backend> backend = gamepad::create_backend();
+    ASSERT_EQ(backend->gamepad_count(), 4u);
+    backend->refresh_gamepads();
+    for (std::size_t pad = 0; pad < 4; ++pad) {
+        gamepad::GamepadState read;
+        read.values.resize(backend->attribute_count(pad));
+        backend->read_gamepad(pad, read);
+        EXPECT_FALSE(read.is_connected) << pad;
+        EXPECT_EQ(backend->gamepad_name(pad), "Gamepad " + QByteArray::number(pad + 1));
+        EXPECT_GT(backend->attribute_count(pad), 0u);
     }
+    std::size_t virtual_pad = 0;
+    const std::uint32_t result = backend->attach_virtual_gamepad(0, virtual_pad);
+    EXPECT_NE(result, 0u);
+    EXPECT_EQ(backend->attach_error_text(0, result),
+              "The ViGEm bus driver is not installed or cannot be reached.");
+    backend.reset();
     EXPECT_TRUE(hostkit::check().empty());
 }
 
