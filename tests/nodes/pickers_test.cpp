@@ -53,13 +53,9 @@ const std::vector<AttributeInfo> xbox_rows{button_a, trigger_left, stick_left, m
 
 ScriptedPad pad(const char* name, GamepadCapabilities capabilities, std::vector<AttributeInfo> rows,
                 bool connected = true) {
-    ScriptedPad made;
-    made.name = name;
-    made.capabilities = capabilities;
-    made.connected = connected;
-    made.values.resize(rows.size());
-    made.rows = std::move(rows);
-    return made;
+    const std::size_t count = rows.size();
+    return {connected, name, capabilities, std::move(rows),
+            std::vector<gamepad::AttributeValue>(count)};
 }
 
 // What one pick showed and gave back.
