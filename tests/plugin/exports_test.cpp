@@ -67,8 +67,7 @@ TEST_F(PluginTest, DescribesItselfWithItsIcon) {
     EXPECT_STREQ(info.name, zest_plugin_tr(hostkit::host_handle(), "Name"));
     EXPECT_STREQ(info.version, "0.9.4");
     EXPECT_STREQ(info.vendor, "Zestworks");
-    ASSERT_NE(info.contact, nullptr);
-    EXPECT_NE(std::string(info.contact), "");
+    EXPECT_TRUE(info.contact != nullptr && *info.contact != '\0');
     EXPECT_STREQ(info.description, zest_plugin_tr(hostkit::host_handle(), "Description"));
     EXPECT_EQ(info.reserved, nullptr);
 
