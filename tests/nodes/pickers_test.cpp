@@ -53,13 +53,9 @@ const std::vector<AttributeInfo> xbox_rows{button_a, trigger_left, stick_left, m
 
 ScriptedPad pad(const char* name, GamepadCapabilities capabilities, std::vector<AttributeInfo> rows,
                 bool connected = true) {
-    ScriptedPad made;
-    made.name = name;
-    made.capabilities = capabilities;
-    made.connected = connected;
-    made.values.resize(rows.size());
-    made.rows = std::move(rows);
-    return made;
+    const std::size_t count = rows.size();
+    return {connected, name, capabilities, std::move(rows),
+            std::vector<gamepad::AttributeValue>(count)};
 }
 
 // What one pick showed and gave back.
@@ -138,8 +134,10 @@ protected:
         return pass("!gamepad",
                     [&](ZestPanel p) { return picker(p, labels, values, *pads, type); });
     }
+    // The user's choice first: -1 for none.
     Picked pick_attribute(AttributePicker picker, AttributeType type,
-                          GamepadCapabilities capabilities) {
+                          GamepadCapabilities capabilities, int chosen) {
+        panel.script_value("!attribute", chosen);
         const AttributeQuery query{pads->gamepad(0), type, capabilities};
         return pass("!attribute", [&](ZestPanel p) { return picker(p, query); });
     }
@@ -152,85 +150,64 @@ protected:
     std::unique_ptr<gamepad::Gamepads> pads;
 };
 
-TEST_F(PickersTest, NothingIsOnOfferBeforeTheFirstMetadata) {
-    start({pad("alpha", all_caps, xbox_rows), pad("beta", physical, xbox_rows)});
-    ASSERT_EQ(pads->gamepad(0)->metadata(), nullptr);
+// Nothing before the first metadata; then the feed takes pads that read and write, but not the
+// one left out, and the other lists follow the direction and the query's type and capabilities.
+// A stored pad that is gone comes back as it is: Gamepads::gamepad sorts it out. A disconnected
+// virtual pad is labelled disconnected.
+TEST_F(PickersTest, PadListsFollowPurposeDirectionAndCapabilities) {
+    start({pad("alpha", physical, xbox_rows), pad("full", all_caps, xbox_rows),
+           pad("sticks", physical, {stick_left}),
+           pad("mute", GamepadCapability::OutputWrite, {button_a, motor_large}),
+           pad("echo", GamepadCapability::InputRead | GamepadCapability::OutputRead,
+               {button_a, motor_large}),
+           pad("eps", physical, xbox_rows, false)});
     EXPECT_THAT(pick_feed(-1).entries, ElementsAre(Entry{"None", -1}));
     EXPECT_THAT(pick_pad(pick_readable_gamepad, Button).entries, IsEmpty());
     EXPECT_THAT(pick_pad(pick_writable_gamepad, Motor).entries, IsEmpty());
     for (AttributePicker picker : {pick_readable_attribute, pick_writable_attribute}) {
-        panel.script_value("!attribute", 0);
-        const Picked early = pick_attribute(picker, Button, all_caps);
-        EXPECT_THAT(early.entries, IsEmpty());
-        EXPECT_EQ(early.returned, -1);  // whatever the list said
+        const Picked early = pick_attribute(picker, Button, all_caps, 0);
+        EXPECT_TRUE(early.entries.empty() && early.returned == -1);  // whatever the list said
     }
-}
 
-TEST_F(PickersTest, FeedListsPadsThatReadAndWriteButNotTheLeftOut) {
-    start({pad("alpha", physical, xbox_rows), pad("beta", GamepadCapability::InputRead, xbox_rows),
-           pad("gamma", all_caps, {button_a}), pad("delta", GamepadCapability::OutputWrite, {}),
-           pad("eps", physical, xbox_rows, false)});
-    step();
-    EXPECT_THAT(pick_feed(-1).entries,
-                ElementsAre(Entry{"None", -1}, Entry{"alpha", 0}, Entry{"gamma", 2},
-                            Entry{"eps (disconnected)", 4}));
-    EXPECT_THAT(pick_feed(2).values, ElementsAre(-1, 0, 4));
-    EXPECT_THAT(pick_feed(0).values, ElementsAre(-1, 2, 4));
-
-    // The caller's lists carry the pads on after its own entries.
-    PickerLabels labels{"None"};
-    PickerValues values{-1};
-    panel.run_pass([&](ZestPanel p) { pick_feed_gamepad(p, labels, values, *pads, 4); });
-    EXPECT_THAT(values, ElementsAre(-1, 0, 2));
-
-    // A stored pad that is gone comes back as it is; Gamepads::gamepad sorts it out.
-    panel.script_value("feedgamepad", 7);
-    EXPECT_EQ(pick_feed(-1).returned, 7);
-}
-
-TEST_F(PickersTest, ReadableAndWritablePadsFollowDirectionAndCapabilities) {
-    start({pad("physical", physical, xbox_rows), pad("full", all_caps, xbox_rows),
-           pad("sticks", physical, {stick_left}),
-           pad("mute", GamepadCapability::OutputWrite, {button_a, motor_large}),
-           pad("echo", GamepadCapability::InputRead | GamepadCapability::OutputRead,
-               {button_a, motor_large})});
-    step();
-    const auto offered = [&](GamepadPicker picker, AttributeType type) {
-        return pick_pad(picker, type).values;
-    };
-    EXPECT_THAT(offered(pick_readable_gamepad, Button), ElementsAre(0, 1, 4));
-    EXPECT_THAT(offered(pick_readable_gamepad, Trigger), ElementsAre(0, 1));
-    EXPECT_THAT(offered(pick_readable_gamepad, Stick), ElementsAre(0, 1, 2));
-    EXPECT_THAT(offered(pick_readable_gamepad, Motor), ElementsAre(1, 4));
-    EXPECT_THAT(offered(pick_writable_gamepad, Button), ElementsAre(1));
-    EXPECT_THAT(offered(pick_writable_gamepad, Trigger), ElementsAre(1));
-    EXPECT_THAT(offered(pick_writable_gamepad, Stick), ElementsAre(1));
-    EXPECT_THAT(offered(pick_writable_gamepad, Motor), ElementsAre(0, 1, 3));
-
-    panel.script_value("!gamepad", 9);
-    EXPECT_EQ(pick_pad(pick_writable_gamepad, Motor).returned, 9);
-}
-
-TEST_F(PickersTest, LabelsMarkDisconnectedBeforeVirtual) {
-    start({pad("alpha", physical, xbox_rows), pad("beta", physical, xbox_rows, false),
-           pad("gamma", physical, xbox_rows)});
-    backend->script_attach(0, 2);
+    backend->script_attach(0, 1);
     state->game.impl().set_virtual_gamepad_enabled(true);
     step();
     ASSERT_EQ(pads->virtual_gamepad_state(), gamepad::VirtualGamepadState::Connected);
-    ASSERT_EQ(pads->virtual_gamepad_index(), 2);
-    EXPECT_THAT(pick_pad(pick_readable_gamepad, Button).entries,
-                ElementsAre(Entry{"alpha", 0}, Entry{"beta (disconnected)", 1},
-                            Entry{"gamma (virtual)", 2}));
+    EXPECT_THAT(pick_feed(-1).entries,
+                ElementsAre(Entry{"None", -1}, Entry{"alpha", 0}, Entry{"full (virtual)", 1},
+                            Entry{"sticks", 2}, Entry{"eps (disconnected)", 5}));
+    EXPECT_THAT(pick_feed(1).values, ElementsAre(-1, 0, 2, 5));
+    const struct {
+        GamepadPicker picker;
+        AttributeType type;
+        std::vector<int> pads;
+    } offers[] = {{pick_readable_gamepad, Button, {0, 1, 4, 5}},
+                  {pick_readable_gamepad, Trigger, {0, 1, 5}},
+                  {pick_readable_gamepad, Stick, {0, 1, 2, 5}},
+                  {pick_readable_gamepad, Motor, {1, 4}},
+                  {pick_writable_gamepad, Button, {1}},
+                  {pick_writable_gamepad, Trigger, {1}},
+                  {pick_writable_gamepad, Stick, {1}},
+                  {pick_writable_gamepad, Motor, {0, 1, 3, 5}}};
+    for (const auto& offer : offers) {
+        EXPECT_EQ(pick_pad(offer.picker, offer.type).values, offer.pads)
+            << (offer.picker == pick_readable_gamepad ? "readable " : "writable ")
+            << static_cast<int>(offer.type);
+    }
+    panel.script_value("feedgamepad", 7);
+    EXPECT_EQ(pick_feed(-1).returned, 7);
+    panel.script_value("!gamepad", 9);
+    EXPECT_EQ(pick_pad(pick_writable_gamepad, Motor).returned, 9);
 
-    backend->edit([](std::vector<ScriptedPad>& scripted) { scripted[2].connected = false; });
+    backend->edit([](std::vector<ScriptedPad>& scripted) { scripted[1].connected = false; });
     step();
-    ASSERT_EQ(pads->virtual_gamepad_index(), 2);
-    EXPECT_THAT(pick_pad(pick_writable_gamepad, Motor).entries,
-                ElementsAre(Entry{"alpha", 0}, Entry{"beta (disconnected)", 1},
-                            Entry{"gamma (disconnected)", 2}));
+    ASSERT_EQ(pads->virtual_gamepad_index(), 1);
+    EXPECT_THAT(pick_pad(pick_writable_gamepad, Button).entries,
+                ElementsAre(Entry{"full (disconnected)", 1}));
 }
 
+// Attributes are offered by their interned ids; the pick returns the chosen one's position in the
+// pad's metadata. The query's capabilities decide, not the pad's.
 TEST_F(PickersTest, AttributeListsFollowTheQueryAndReturnPositions) {
     start({pad("alpha", physical,
                {button_a, trigger_left, stick_left, button_b, motor_large, trigger_left,
@@ -238,32 +215,25 @@ TEST_F(PickersTest, AttributeListsFollowTheQueryAndReturnPositions) {
     ASSERT_EQ(intern_attribute_id("elsewhere"), 0);  // another node's, taken first
     step();
 
-    const Picked buttons = pick_attribute(pick_readable_attribute, Button, physical);
-    EXPECT_THAT(buttons.entries, ElementsAre(Entry{"label button_a", 1}, Entry{"label button_b", 2},
-                                             Entry{"label button_x", 3}));
+    EXPECT_THAT(pick_attribute(pick_readable_attribute, Button, physical, -1).entries,
+                ElementsAre(Entry{"label button_a", 1}, Entry{"label button_b", 2},
+                            Entry{"label button_x", 3}));
     // Id 3 is the entry at index 2 and the attribute at position 7; position 3 is button_b.
     const std::vector<std::pair<int, int>> choices{{3, 7}, {1, 0}, {2, 3}, {0, -1}, {9, -1}};
     for (const auto& [chosen, position] : choices) {
-        panel.script_value("!attribute", chosen);
-        EXPECT_EQ(pick_attribute(pick_readable_attribute, Button, physical).returned, position)
+        EXPECT_EQ(pick_attribute(pick_readable_attribute, Button, physical, chosen).returned,
+                  position)
             << "id " << chosen;
     }
-
-    // The query's capabilities decide, not the pad's.
-    panel.script_value("!attribute", 1);
-    const Picked blind = pick_attribute(pick_readable_attribute, Button, {});
-    EXPECT_THAT(blind.entries, IsEmpty());
-    EXPECT_EQ(blind.returned, -1);
-    EXPECT_THAT(pick_attribute(pick_writable_attribute, Button, physical).entries, IsEmpty());
-    panel.script_value("!attribute", 3);
+    const Picked blind = pick_attribute(pick_readable_attribute, Button, {}, 1);
+    EXPECT_TRUE(blind.entries.empty() && blind.returned == -1);
+    EXPECT_THAT(pick_attribute(pick_writable_attribute, Button, physical, -1).entries, IsEmpty());
     const Picked pressed =
-        pick_attribute(pick_writable_attribute, Button, GamepadCapability::InputWrite);
+        pick_attribute(pick_writable_attribute, Button, GamepadCapability::InputWrite, 3);
     EXPECT_THAT(pressed.values, ElementsAre(1, 2, 3));  // the ids given out before
     EXPECT_EQ(pressed.returned, 7);
-
     // Motors are outputs: written under OutputWrite.
-    panel.script_value("!attribute", 5);
-    const Picked motors = pick_attribute(pick_writable_attribute, Motor, physical);
+    const Picked motors = pick_attribute(pick_writable_attribute, Motor, physical, 5);
     EXPECT_THAT(motors.entries,
                 ElementsAre(Entry{"label motor_large", 4}, Entry{"label motor_small", 5}));
     EXPECT_EQ(motors.returned, 6);

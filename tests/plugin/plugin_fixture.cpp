@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <iterator>
+#include <stdexcept>
 #include <thread>
 
 #include "kit/kit.h"
@@ -28,14 +29,11 @@ void PluginTest::TearDown() {
     KitTest::TearDown();
 }
 
-const hostkit::RegisteredNodeType& PluginTest::type(const std::string& id) const {
+std::unique_ptr<HostNode> PluginTest::make_node(const std::string& type) const {
+    const std::string id = "io.zestworks.gamepad." + type;
     const hostkit::RegisteredNodeType* found = registry.find(id);
     if (found == nullptr) throw std::runtime_error("no type " + id);
-    return *found;
-}
-
-std::unique_ptr<HostNode> PluginTest::make_node(const std::string& id) const {
-    return std::make_unique<HostNode>(id, type(id));
+    return std::make_unique<HostNode>(id, *found);
 }
 
 void PluginTest::build_preferences() {
@@ -88,12 +86,12 @@ void PluginTest::await_reads(std::size_t pad, bool held) {
         eventually([&] { return zestsim::calls("XInputGetState", pad) >= before + 2; }, held));
 }
 
-std::vector<std::string> PluginTest::label_texts(const hostkit::Panel& panel) {
-    std::vector<std::string> texts;
+std::string PluginTest::keys(const hostkit::Panel& panel) {
+    std::string joined;
     for (const hostkit::Control& control : panel.controls()) {
-        if (control.kind == hostkit::ControlKind::Label) texts.push_back(control.text.value_or(""));
+        if (control.key) joined += *control.key + '|';
     }
-    return texts;
+    return joined;
 }
 
 int thread_count() {

@@ -13,6 +13,7 @@
 #include "kit/store.h"
 #include "support/kit_fixture.h"
 #include "zesthost/graph.h"
+#include "zesthost/panel_text.h"
 
 // The real plug-in, loaded into this process as a host loads it. Loaded once; every case
 // begins and ends with no plug-in state.
@@ -20,6 +21,8 @@ const hostkit::PluginExports& plugin();
 
 // A node as the host holds it: zesthost's own.
 using HostNode = zesthost::GraphNode;
+// The last pass of a panel as a person reads it.
+using zesthost::panel_lines;
 
 // English texts, a new simulated machine, and the plug-in described and registered.
 class PluginTest : public KitTest {
@@ -27,9 +30,8 @@ protected:
     void SetUp() override;
     void TearDown() override;
 
-    // A type as the plug-in registered it; fails the case if there is none.
-    const hostkit::RegisteredNodeType& type(const std::string& id) const;
-    std::unique_ptr<HostNode> make_node(const std::string& id) const;
+    // A node of the type "io.zestworks.gamepad.<type>"; fails the case if there is none.
+    std::unique_ptr<HostNode> make_node(const std::string& type) const;
 
     // One pass of the preferences panel.
     void build_preferences();
@@ -44,8 +46,8 @@ protected:
     static bool await_pad_list(HostNode& node, std::size_t pads);
     // Lets the polling thread read the pad twice, so that a change isn't merged with the next.
     static void await_reads(std::size_t pad, bool held = false);
-    // The texts of the labels of the last pass, in order.
-    static std::vector<std::string> label_texts(const hostkit::Panel& panel);
+    // The keys of the controls of the last pass, in order, each followed by '|'.
+    static std::string keys(const hostkit::Panel& panel);
 
     PluginInfo info{};
     hostkit::Registry registry;
