@@ -222,14 +222,8 @@ TEST_F(GameTest, APausedCoreStillFollowsTheSettingWithoutPolling) {
     panel.reset();  // paused with the attach still queued
     ASSERT_TRUE(ticks->step());
     deliver();  // its late success sends a detach to the sleeping thread
-    std::vector<std::string> calls;
-    ASSERT_TRUE(eventually([&] {
-        for (std::string& call : backend->take_calls())
-            calls.push_back(call);
-        return calls.size() == 5;
-    }));
-    EXPECT_THAT(calls, ElementsAre("write_gamepad 0", "write_gamepad 1", "write_gamepad 2",
-                                   "attach 0", "detach 2"));
+    EXPECT_THAT(take_calls(*backend, 5), ElementsAre("write_gamepad 0", "write_gamepad 1",
+                                                     "write_gamepad 2", "attach 0", "detach 2"));
     EXPECT_EQ(backend->written(0).values[1].kind, AttributeValue::Kind::Empty);
     EXPECT_EQ(thread_state(), ReadThreadState::Pause);
 }
