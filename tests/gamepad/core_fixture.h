@@ -49,6 +49,32 @@ inline std::vector<std::string> take_calls(ScriptedBackend& backend, std::size_t
     return calls;
 }
 
+// Makes the scripted backend and the hand-stepped ticks when the code under test asks for them,
+// and keeps a pointer to each.
+class CoreTest : public ::testing::Test {
+protected:
+    std::unique_ptr<ScriptedBackend> make_backend(std::vector<ScriptedPad> pads) {
+        auto made = std::make_unique<ScriptedBackend>(std::move(pads));
+        backend = made.get();
+        return made;
+    }
+    std::unique_ptr<ManualTicks> make_ticks() {
+        auto made = std::make_unique<ManualTicks>();
+        ticks = made.get();
+        return made;
+    }
+    void step() {
+        ASSERT_TRUE(ticks->step());
+        deliver();
+    }
+    void set_pad(std::size_t pad, const std::function<void(ScriptedPad&)>& change) {
+        backend->edit([&](std::vector<ScriptedPad>& pads) { change(pads[pad]); });
+    }
+
+    ScriptedBackend* backend = nullptr;
+    ManualTicks* ticks = nullptr;
+};
+
 // Records the polling thread's signals on the main thread, in the order of delivery, as their
 // name and arguments ("attribute 0 2").
 class SignalLog : public QObject {

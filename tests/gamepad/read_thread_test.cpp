@@ -1,5 +1,3 @@
-#include <QElapsedTimer>
-
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -8,9 +6,7 @@
 
 #include "core_fixture.h"
 #include "gamepad/constant_writer.h"
-#include "platform/monotonic_clock.h"
 #include "support/allocation_counter.h"
-#include "support/eventually.h"
 
 namespace gamepad {
 namespace {
@@ -18,27 +14,17 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class ReadThreadTest : public ::testing::Test {
+class ReadThreadTest : public CoreTest {
 protected:
     void start(std::vector<ScriptedPad> pads, std::int32_t rate = 240) {
-        backend = std::make_unique<ScriptedBackend>(std::move(pads));
-        auto manual = std::make_unique<ManualTicks>();
-        ticks = manual.get();
-        thread = std::make_unique<ReadThread>(backend.get(), std::move(manual));
+        owned = make_backend(std::move(pads));
+        thread = std::make_unique<ReadThread>(backend, make_ticks());
         log = std::make_unique<SignalLog>(*thread);
         thread->control().rate.store(rate);
         thread->start();
     }
-    void step() {
-        ASSERT_TRUE(ticks->step());
-        deliver();
-    }
-    void set_values(std::size_t pad, const std::function<void(ScriptedPad&)>& change) {
-        backend->edit([&](std::vector<ScriptedPad>& pads) { change(pads[pad]); });
-    }
 
-    std::unique_ptr<ScriptedBackend> backend;
-    ManualTicks* ticks = nullptr;
+    std::unique_ptr<ScriptedBackend> owned;
     std::unique_ptr<ReadThread> thread;
     std::unique_ptr<SignalLog> log;
 };
@@ -64,12 +50,12 @@ TEST_F(ReadThreadTest, FirstTickPublishesEveryPadAndLaterTicksOnlyWhatChanged) {
     EXPECT_EQ(state1.values.size(), 3u);
     EXPECT_EQ(thread->exchange(0).metadata_view()->attributes[2].label, "label s");
 
-    set_values(0, [](ScriptedPad& p) { p.values[0] = AttributeValue::make_button(false); });
+    set_pad(0, [](ScriptedPad& p) { p.values[0] = AttributeValue::make_button(false); });
     step();
     EXPECT_THAT(log->take(), ElementsAre("changed 0", "attribute 0 0"));
     EXPECT_FALSE(thread->exchange(0).state_view()->values[0].as_button());
 
-    set_values(1, [](ScriptedPad& p) {
+    set_pad(1, [](ScriptedPad& p) {
         p.connected = true;
         p.values[2] = AttributeValue::make_stick({0.1, 0.9, 0.0});
         p.values[1] = AttributeValue::make_trigger(0.5);
@@ -84,7 +70,7 @@ TEST_F(ReadThreadTest, FirstTickPublishesEveryPadAndLaterTicksOnlyWhatChanged) {
 
 TEST_F(ReadThreadTest, AMetadataChangeCarriesValuesOverByIdAndIsLogged) {
     start({pad_with(three_rows)});
-    set_values(0, [](ScriptedPad& p) { p.values[1] = AttributeValue::make_trigger(0.5); });
+    set_pad(0, [](ScriptedPad& p) { p.values[1] = AttributeValue::make_trigger(0.5); });
     step();
     log->take();
     static QStringList messages;
@@ -93,7 +79,7 @@ TEST_F(ReadThreadTest, AMetadataChangeCarriesValuesOverByIdAndIsLogged) {
         [](QtMsgType, const QMessageLogContext& context, const QString& text) {
             if (context.file == nullptr && context.function == nullptr) messages.append(text);
         });
-    set_values(0, [](ScriptedPad& p) {  // same attributes and values, another order
+    set_pad(0, [](ScriptedPad& p) {  // same attributes and values, another order
         std::swap(p.rows[0], p.rows[1]);
         std::swap(p.values[0], p.values[1]);
         p.rows.push_back({"new", AttributeType::Button, AttributeDirection::Input});
@@ -187,7 +173,7 @@ TEST_F(ReadThreadTest, WritersAreResolvedCheckedAndAppliedInArrivalOrder) {
     EXPECT_FALSE(backend->written(0).values[0].as_button());  // the later writer wins
 
     const std::uint64_t fourth = thread->add_writer(writer("4"));
-    set_values(0, [](ScriptedPad& p) { p.metadata_changed = true; });
+    set_pad(0, [](ScriptedPad& p) { p.metadata_changed = true; });
     step();
     EXPECT_THAT(take(), ElementsAre("resolve 4", "active 1", "active 2", "active 4", "resolve 1",
                                     "apply 1", "resolve 2", "apply 2", "resolve 4", "apply 4"));
@@ -240,7 +226,7 @@ TEST_F(ReadThreadTest, AHeldMainThreadGetsEveryButtonTransitionOnceInOrderWithIt
             if (value != pressed) transitions.push_back(value);
             pressed = value;
             x += 0.0001;  // never back where a hold began
-            set_values(0, [&](ScriptedPad& p) {
+            set_pad(0, [&](ScriptedPad& p) {
                 p.values[0] = AttributeValue::make_button(value);
                 p.values[2] = AttributeValue::make_stick({0.0, x, 0.0});
             });
@@ -271,7 +257,7 @@ TEST_F(ReadThreadTest, ANestedEventLoopInADeliveryDefersWhatCameMeanwhile) {
     std::vector<bool> told;
     const auto button = [&] { return thread->exchange(0).state_view()->values[0].as_button(); };
     const auto press = [&](bool pressed) {
-        set_values(0, [&](ScriptedPad& p) { p.values[0] = AttributeValue::make_button(pressed); });
+        set_pad(0, [&](ScriptedPad& p) { p.values[0] = AttributeValue::make_button(pressed); });
         EXPECT_TRUE(ticks->step());
     };
     QObject::connect(thread.get(), &ReadThread::gamepad_attribute_changed, log.get(),
@@ -393,25 +379,6 @@ TEST_F(ReadThreadTest, PauseRunsCommandsEmptiesTheOutputsOnceAndResumeTicksAtOnc
     ASSERT_TRUE(ticks->step());
     thread.reset();  // returns although the thread sleeps on its event
     EXPECT_THAT(backend->take_calls(), ElementsAre("write_gamepad 0"));
-}
-
-TEST(ReadThreadOnTheRealTimer, TicksAtItsRateAndStopsWhilePaused) {
-    ScriptedBackend backend({pad_with(three_rows)});
-    ReadThread thread(&backend);
-    thread.control().rate.store(1000);
-    thread.start();
-    QElapsedTimer clock;
-    clock.start();
-    std::size_t reads = 0;
-    while (reads < 20 && clock.elapsed() < 5000) {
-        for (const std::string& call : backend.take_calls())
-            reads += call == "read_gamepad 0";
-        QThread::msleep(5);
-    }
-    EXPECT_GE(reads, 20u);
-    EXPECT_GE(clock.elapsed(), 15);  // 1 ms a tick at best
-    ReadThreadState running = ReadThreadState::Run;
-    thread.control().state.compare_exchange_strong(running, ReadThreadState::Pause);
 }
 
 }  // namespace
