@@ -131,26 +131,23 @@ TEST_F(ReadThreadTest, BackendCallsComeInTickOrderFromThePollingThread) {
 }
 
 // Logs what the thread does with it, and holds its button at `pressed` while active.
-class RecordingWriter : public Writer {
-public:
+struct RecordingWriter : Writer {
     RecordingWriter(std::vector<std::string>& log, std::string name, bool active, bool pressed)
-        : log_(log), name_(std::move(name)), active_(active), pressed_(pressed) {}
-    ~RecordingWriter() override { log_.push_back("~" + name_); }
+        : log(log), name(std::move(name)), active(active), pressed(pressed) {}
+    ~RecordingWriter() override { log.push_back("~" + name); }
     bool is_active() override {
-        log_.push_back("active " + name_);
-        return active_;
+        log.push_back("active " + name);
+        return active;
     }
-    void resolve(Backend&) override { log_.push_back("resolve " + name_); }
+    void resolve(Backend&) override { log.push_back("resolve " + name); }
     void apply(const std::vector<GamepadState>&, std::vector<GamepadState>& out) override {
-        log_.push_back("apply " + name_);
-        out[0].values[0] = AttributeValue::make_button(pressed_);
+        log.push_back("apply " + name);
+        out[0].values[0] = AttributeValue::make_button(pressed);
     }
 
-private:
-    std::vector<std::string>& log_;
-    std::string name_;
-    bool active_;
-    bool pressed_;
+    std::vector<std::string>& log;
+    const std::string name;
+    const bool active, pressed;
 };
 
 TEST_F(ReadThreadTest, WritersAreResolvedCheckedAndAppliedInArrivalOrder) {
