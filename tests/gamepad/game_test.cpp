@@ -14,10 +14,9 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
-using ::testing::IsEmpty;
 using State = VirtualGamepadState;
 
-constexpr std::int64_t one_hour_ns = 3'600'000'000'000;
+const std::int64_t in_an_hour = platform::monotonic_now_ns() + 3'600'000'000'000;
 
 class GameTest : public CoreTest {
 protected:
@@ -62,8 +61,7 @@ TEST_F(GameTest, FirstUseStartsLastReleasePausesNextUseResumesTheSameThread) {
 
     first.reset();
     EXPECT_EQ(thread_state(), ReadThreadState::Run);
-    second->gamepad(0)->impl()->set_constant(1, AttributeValue::make_trigger(0.25),
-                                             platform::monotonic_now_ns() + one_hour_ns);
+    second->gamepad(0)->impl()->set_constant(1, AttributeValue::make_trigger(0.25), in_an_hour);
     second.reset();
     EXPECT_EQ(thread_state(), ReadThreadState::Pause);
     ASSERT_TRUE(ticks->step());  // the thread notices the pause and sleeps
@@ -177,8 +175,7 @@ TEST_F(GameTest, VirtualPadFollowsTheSettingAndTheAnswersOfTheThread) {
 TEST_F(GameTest, APausedCoreStillFollowsTheSettingWithoutPolling) {
     std::unique_ptr<Gamepads> panel = core().use();
     step();
-    panel->gamepad(0)->impl()->set_constant(1, AttributeValue::make_trigger(0.5),
-                                            platform::monotonic_now_ns() + one_hour_ns);
+    panel->gamepad(0)->impl()->set_constant(1, AttributeValue::make_trigger(0.5), in_an_hour);
     step();
     EXPECT_EQ(backend->written(0).values[1].as_trigger(), 0.5);
     backend->take_calls();
@@ -199,9 +196,8 @@ TEST_F(GameTest, OneWriterPerAttributeAndOneFeedPerPad) {
     Game::GamepadImpl* pad0 = node_a->gamepad(0)->impl();
     pad0->clear_writer(1);  // no metadata yet: nothing to do
     step();
-    const std::int64_t later = platform::monotonic_now_ns() + one_hour_ns;
-    pad0->set_constant(1, AttributeValue::make_trigger(0.3), later);
-    node_b->gamepad(0)->impl()->set_constant(1, AttributeValue::make_trigger(0.7), later);
+    pad0->set_constant(1, AttributeValue::make_trigger(0.3), in_an_hour);
+    node_b->gamepad(0)->impl()->set_constant(1, AttributeValue::make_trigger(0.7), in_an_hour);
     step();
     EXPECT_EQ(backend->written(0).values[1].as_trigger(), 0.7);
 
