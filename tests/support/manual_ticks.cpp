@@ -4,16 +4,15 @@
 
 namespace testsupport {
 
+// Only the test fires the timer, so the thread still waits once the lock is taken again.
 bool ManualTicks::step() {
+    if (!wait_until(Waiting::TimerOrEvent)) return false;
     std::unique_lock lock(mutex_);
-    const auto until = [&](auto ready) {
-        return changed_.wait_for(lock, std::chrono::seconds(10), ready);
-    };
-    if (!until([&] { return waiting_ == Waiting::TimerOrEvent; })) return false;
     const std::uint64_t before = wakeups_;
     fired_ = true;
     changed_.notify_all();
-    return until([&] { return wakeups_ > before && waiting_ != Waiting::Nothing; });
+    return changed_.wait_for(lock, std::chrono::seconds(10),
+                             [&] { return wakeups_ > before && waiting_ != Waiting::Nothing; });
 }
 
 bool ManualTicks::wait_until(Waiting what) {
