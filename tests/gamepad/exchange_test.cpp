@@ -94,26 +94,41 @@ TEST(PublicationChannel, AnyInterleavingBringsTheNewestAndNeverAnOlderOne) {
 }
 
 // The publisher at full speed on its own thread; the collector on the main thread's event loop,
-// called queued as the polling thread's deliveries are.
+// called through a queued signal as the polling thread's deliveries are.
+class Publisher : public QObject {
+    Q_OBJECT
+Q_SIGNALS:
+    void published();
+    void finished();
+};
+
 TEST(PublicationChannel, TwoThreadsNeverShowAnOlderRecordAfterANewerOne) {
+    constexpr std::uint64_t publications = 20000;
     Channel c;
+    Publisher publisher;
     QObject collector;
     std::uint64_t last_seen = 0;
     bool went_back = false;
-    const auto collect = [&] {
-        c.channel.collect();
-        went_back = went_back || c.viewed() < last_seen;
-        last_seen = c.viewed();
-    };
+    QObject::connect(
+        &publisher, &Publisher::published, &collector,
+        [&] {
+            c.channel.collect();
+            went_back = went_back || c.viewed() < last_seen;
+            last_seen = c.viewed();
+        },
+        Qt::QueuedConnection);
     QEventLoop loop;
+    QObject::connect(&publisher, &Publisher::finished, &loop, &QEventLoop::quit,
+                     Qt::QueuedConnection);
+
     std::thread polling([&] {
         QElapsedTimer clock;
         clock.start();
-        for (int i = 0; i < 20000 && clock.elapsed() < 5000; ++i) {
+        for (std::uint64_t i = 0; i < publications && clock.elapsed() < 5000; ++i) {
             c.publish_next();
-            QMetaObject::invokeMethod(&collector, collect, Qt::QueuedConnection);
+            Q_EMIT publisher.published();
         }
-        QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
+        Q_EMIT publisher.finished();
     });
     loop.exec();
     polling.join();
@@ -126,3 +141,5 @@ TEST(PublicationChannel, TwoThreadsNeverShowAnOlderRecordAfterANewerOne) {
 
 }  // namespace
 }  // namespace gamepad
+
+#include "exchange_test.moc"
