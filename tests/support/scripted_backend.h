@@ -33,6 +33,7 @@ public:
     // The calls recorded so far, and forgets them.
     std::vector<std::string> take_calls();
     void set_recording(bool on);
+    // The thread of the latest call that did not come from the maker's.
     std::thread::id last_caller() const;
     gamepad::GamepadState written(std::size_t pad) const;
     void script_attach(std::uint32_t result, std::size_t pad);
@@ -41,7 +42,8 @@ public:
     QByteArray virtual_gamepad_name(std::size_t) override { return "virtual"; }
     std::uint32_t attach_virtual_gamepad(std::size_t kind, std::size_t& pad) override;
     QByteArray attach_error_text(std::size_t, std::uint32_t code) override {
-        return at("attach_error_text", code), "error " + QByteArray::number(code);
+        const Held held = at("attach_error_text", code);
+        return "error " + QByteArray::number(code);
     }
     bool can_hide_feed_gamepad() override { return false; }
     void hide_feed_gamepad() override {}
