@@ -9,6 +9,7 @@
 
 #include "backend/attribute_info.h"
 #include "gamepad/read_thread.h"
+#include "support/eventually.h"
 #include "support/manual_ticks.h"
 #include "support/scripted_backend.h"
 
@@ -36,35 +37,70 @@ inline void deliver() {
     QCoreApplication::processEvents();
 }
 
-// Records the polling thread's signals on the main thread, in the order of delivery.
+// The backend's calls once there are `count` of them, for a few seconds at most; the main
+// thread's event loop runs meanwhile.
+inline std::vector<std::string> take_calls(ScriptedBackend& backend, std::size_t count) {
+    std::vector<std::string> calls;
+    eventually([&] {
+        for (std::string& call : backend.take_calls())
+            calls.push_back(std::move(call));
+        return calls.size() >= count;
+    });
+    return calls;
+}
+
+// Makes the scripted backend and the hand-stepped ticks when the code under test asks for them,
+// and keeps a pointer to each.
+class CoreTest : public ::testing::Test {
+protected:
+    std::unique_ptr<ScriptedBackend> make_backend(std::vector<ScriptedPad> pads) {
+        auto made = std::make_unique<ScriptedBackend>(std::move(pads));
+        backend = made.get();
+        return made;
+    }
+    std::unique_ptr<ManualTicks> make_ticks() {
+        auto made = std::make_unique<ManualTicks>();
+        ticks = made.get();
+        return made;
+    }
+    void step() {
+        ASSERT_TRUE(ticks->step());
+        deliver();
+    }
+    void set_pad(std::size_t pad, const std::function<void(ScriptedPad&)>& change) {
+        backend->edit([&](std::vector<ScriptedPad>& pads) { change(pads[pad]); });
+    }
+
+    ScriptedBackend* backend = nullptr;
+    ManualTicks* ticks = nullptr;
+};
+
+// Records the polling thread's signals on the main thread, in the order of delivery, as their
+// name and arguments ("attribute 0 2").
 class SignalLog : public QObject {
 public:
     explicit SignalLog(ReadThread& thread) {
-        const auto add = [this](std::string entry) { entries_.push_back(std::move(entry)); };
-        connect(&thread, &ReadThread::gamepad_changed, this,
-                [add](std::size_t i) { add("changed " + std::to_string(i)); });
-        connect(&thread, &ReadThread::gamepad_metadata_changed, this,
-                [add](std::size_t i) { add("metadata " + std::to_string(i)); });
-        connect(&thread, &ReadThread::gamepad_any_metadata_changed, this, [add] { add("any"); });
-        connect(&thread, &ReadThread::gamepad_is_connected_changed, this,
-                [add](std::size_t i) { add("connected " + std::to_string(i)); });
-        connect(&thread, &ReadThread::gamepad_attribute_changed, this,
-                [add](std::size_t i, std::size_t a) {
-                    add("attribute " + std::to_string(i) + " " + std::to_string(a));
-                });
-        connect(&thread, &ReadThread::virtual_gamepad_attach_error, this,
-                [add](const QByteArray& error, std::uint64_t generation) {
-                    add("attach error " + error.toStdString() + " #" + std::to_string(generation));
-                });
-        connect(&thread, &ReadThread::virtual_gamepad_attach_success, this,
-                [add](std::size_t i, std::uint64_t generation) {
-                    add("attach success " + std::to_string(i) + " #" + std::to_string(generation));
-                });
+        add(thread, &ReadThread::gamepad_changed, "changed");
+        add(thread, &ReadThread::gamepad_metadata_changed, "metadata");
+        add(thread, &ReadThread::gamepad_any_metadata_changed, "any");
+        add(thread, &ReadThread::gamepad_is_connected_changed, "connected");
+        add(thread, &ReadThread::gamepad_attribute_changed, "attribute");
+        add(thread, &ReadThread::virtual_gamepad_attach_error, "attach error");
+        add(thread, &ReadThread::virtual_gamepad_attach_success, "attach success");
     }
 
     std::vector<std::string> take() { return std::exchange(entries_, {}); }
 
 private:
+    static std::string text(std::size_t number) { return std::to_string(number); }
+    static std::string text(const QByteArray& bytes) { return bytes.toStdString(); }
+    template <typename... Args>
+    void add(ReadThread& thread, void (ReadThread::*signal)(Args...), std::string name) {
+        connect(&thread, signal, this, [this, name](Args... args) {
+            entries_.push_back((name + ... + (" " + text(args))));
+        });
+    }
+
     std::vector<std::string> entries_;
 };
 

@@ -8,40 +8,29 @@
 #include "gamepad/gamepad_impl.h"
 #include "gamepad/gamepads.h"
 #include "platform/monotonic_clock.h"
-#include "support/eventually.h"
 
 namespace gamepad {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
+using ::testing::ElementsAreArray;
 using State = VirtualGamepadState;
 
-constexpr std::int64_t one_hour_ns = 3'600'000'000'000;
+const std::int64_t in_an_hour = platform::monotonic_now_ns() + 3'600'000'000'000;
 
-class GameTest : public ::testing::Test {
+class GameTest : public CoreTest {
 protected:
     GameTest()
         : game(CoreSeams{[this] {
                              ++backends_made;
-                             auto made = std::make_unique<ScriptedBackend>(std::vector<ScriptedPad>{
-                                 pad_with(three_rows), pad_with(three_rows),
-                                 pad_with(three_rows, false)});
+                             auto made = make_backend({pad_with(three_rows), pad_with(three_rows),
+                                                       pad_with(three_rows, false)});
                              made->script_attach(0, 2);
-                             backend = made.get();
                              return made;
                          },
-                         [this] {
-                             auto made = std::make_unique<ManualTicks>();
-                             ticks = made.get();
-                             return made;
-                         }}) {}
+                         [this] { return make_ticks(); }}) {}
 
     Game::Impl& core() { return game.impl(); }
-    void step() {
-        ASSERT_TRUE(ticks->step());
-        deliver();
-    }
     // Backend operations other than the reads and writes of every tick.
     std::vector<std::string> commands_seen() {
         std::vector<std::string> seen;
@@ -50,14 +39,9 @@ protected:
         }
         return seen;
     }
-    void set_pad(std::size_t pad, const std::function<void(ScriptedPad&)>& change) {
-        backend->edit([&](std::vector<ScriptedPad>& pads) { change(pads[pad]); });
-    }
     ReadThreadState thread_state() { return core().read_thread()->control().state.load(); }
 
     int backends_made = 0;
-    ScriptedBackend* backend = nullptr;
-    ManualTicks* ticks = nullptr;
     Game game;
 };
 
@@ -77,8 +61,7 @@ TEST_F(GameTest, FirstUseStartsLastReleasePausesNextUseResumesTheSameThread) {
 
     first.reset();
     EXPECT_EQ(thread_state(), ReadThreadState::Run);
-    second->gamepad(0)->impl()->set_constant(1, AttributeValue::make_trigger(0.25),
-                                             platform::monotonic_now_ns() + one_hour_ns);
+    second->gamepad(0)->impl()->set_constant(1, AttributeValue::make_trigger(0.25), in_an_hour);
     second.reset();
     EXPECT_EQ(thread_state(), ReadThreadState::Pause);
     ASSERT_TRUE(ticks->step());  // the thread notices the pause and sleeps
@@ -138,73 +121,53 @@ TEST_F(GameTest, EveryHandleOfAPadHearsItsSignalsAndSeesTheViews) {
     EXPECT_NE(late->gamepad(1)->metadata(), nullptr);
 }
 
+// Each row: what happens in turn ("+" the setting on, "-" off, "s" a tick, "f" attaches fail from
+// now on, "l" and "e" a late success and a late error of an earlier attach), then the attaches
+// and detaches the backend saw and the states the panel was told.
 TEST_F(GameTest, VirtualPadFollowsTheSettingAndTheAnswersOfTheThread) {
+    using enum VirtualGamepadState;
     std::unique_ptr<Gamepads> panel = core().use();
-    QSignalSpy changes(panel.get(), &Gamepads::virtual_gamepad_state_changed);
-    core().set_virtual_gamepad_enabled(false);
-    EXPECT_EQ(changes.count(), 0);  // already Disabled
-
-    core().set_virtual_gamepad_enabled(true);
-    EXPECT_EQ(panel->virtual_gamepad_state(), State::Connecting);
-    step();
-    EXPECT_THAT(commands_seen(), ElementsAre("attach 0"));
-    EXPECT_EQ(panel->virtual_gamepad_state(), State::Connected);
-    EXPECT_EQ(panel->virtual_gamepad_index(), 2);
-    core().set_virtual_gamepad_enabled(true);  // in line already
-    core().on_attach_success(2, 0);            // a late answer while Connected: the pad stays
-    core().set_virtual_gamepad_enabled(false);
-    EXPECT_EQ(panel->virtual_gamepad_index(), -1);
-    step();
-    EXPECT_THAT(commands_seen(), ElementsAre("detach 2"));
-    EXPECT_EQ(changes.count(), 3);  // Connecting, Connected, Disabled
-
-    // Off while the attach is in flight: the late success is taken down again.
-    core().set_virtual_gamepad_enabled(true);
-    core().set_virtual_gamepad_enabled(false);
-    step();
-    step();
-    EXPECT_THAT(commands_seen(), ElementsAre("attach 0", "detach 2"));
-    EXPECT_EQ(panel->virtual_gamepad_state(), State::Disabled);
-
-    // Off and on again while it is in flight: the second attach replaces the first pad, whose
-    // late answer changes nothing.
-    core().set_virtual_gamepad_enabled(true);
-    core().set_virtual_gamepad_enabled(false);
-    core().set_virtual_gamepad_enabled(true);
-    step();
-    step();
-    EXPECT_THAT(commands_seen(), ElementsAre("attach 0", "detach 2", "attach 0"));
-    EXPECT_EQ(panel->virtual_gamepad_state(), State::Connected);
-    core().set_virtual_gamepad_enabled(false);
-    step();
-    EXPECT_THAT(commands_seen(), ElementsAre("detach 2"));
-
-    // A failure stays until the setting goes off; off while connecting swallows it, and so does
-    // a newer attach.
-    backend->script_attach(3, 0);
-    changes.clear();
-    core().set_virtual_gamepad_enabled(true);
-    step();
-    EXPECT_EQ(panel->virtual_gamepad_state(), State::Error);
-    EXPECT_EQ(panel->virtual_gamepad_error(), "error 3");
-    core().set_virtual_gamepad_enabled(true);
-    step();
-    EXPECT_THAT(commands_seen(), ElementsAre("attach 0", "attach_error_text 3"));
-    core().set_virtual_gamepad_enabled(false);
-    EXPECT_TRUE(panel->virtual_gamepad_error().isEmpty());
-    core().set_virtual_gamepad_enabled(true);
-    core().set_virtual_gamepad_enabled(false);
-    step();
-    EXPECT_THAT(commands_seen(), ElementsAre("attach 0", "attach_error_text 3"));
-    EXPECT_EQ(panel->virtual_gamepad_state(), State::Disabled);
-    EXPECT_TRUE(panel->virtual_gamepad_error().isEmpty());
-    core().set_virtual_gamepad_enabled(true);
-    core().on_attach_error("late", 1);
-    EXPECT_EQ(panel->virtual_gamepad_state(), State::Connecting);
-    step();
-    EXPECT_EQ(panel->virtual_gamepad_state(), State::Error);
-    EXPECT_EQ(changes.count(), 7);  // Connecting, Error, Disabled, Connecting, Disabled, and again
-                                    // Connecting, Error
+    std::vector<State> told;
+    QObject::connect(panel.get(), &Gamepads::virtual_gamepad_state_changed,
+                     [&] { told.push_back(panel->virtual_gamepad_state()); });
+    const struct {
+        const char* actions;
+        std::vector<std::string> calls;
+        std::vector<State> told;
+    } rows[] = {
+        {"-", {}, {}},
+        {"+s", {"attach 0"}, {Connecting, Connected}},
+        {"+l-s", {"detach 2"}, {Disabled}},
+        // Off while the attach is in flight: its late success is taken down again.
+        {"+-ss", {"attach 0", "detach 2"}, {Connecting, Disabled}},
+        // Off and on again: the second attach replaces the first pad, whose answer changes nothing.
+        {"+-+ss",
+         {"attach 0", "detach 2", "attach 0"},
+         {Connecting, Disabled, Connecting, Connected}},
+        {"-s", {"detach 2"}, {Disabled}},
+        // A failure stays until the setting goes off; off while connecting swallows it, and so
+        // does a newer attach.
+        {"f+s+s", {"attach 0", "attach_error_text 3"}, {Connecting, Error}},
+        {"-", {}, {Disabled}},
+        {"+-s", {"attach 0", "attach_error_text 3"}, {Connecting, Disabled}},
+        {"+e", {}, {Connecting}},
+        {"s", {"attach 0", "attach_error_text 3"}, {Error}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.actions);
+        for (const char action : std::string_view(row.actions)) {
+            if (action == '+' || action == '-') core().set_virtual_gamepad_enabled(action == '+');
+            if (action == 's') step();
+            if (action == 'f') backend->script_attach(3, 0);
+            if (action == 'l') core().on_attach_success(2, 0);
+            if (action == 'e') core().on_attach_error("late", 1);
+        }
+        EXPECT_THAT(commands_seen(), ElementsAreArray(row.calls));
+        EXPECT_EQ(std::exchange(told, {}), row.told);
+        const State state = panel->virtual_gamepad_state();
+        EXPECT_EQ(panel->virtual_gamepad_index(), state == Connected ? 2 : -1);
+        EXPECT_EQ(panel->virtual_gamepad_error(), state == Error ? "error 3" : "");
+    }
 }
 
 // Without users the thread pauses, but the virtual pad follows the setting all the same: what
@@ -212,8 +175,7 @@ TEST_F(GameTest, VirtualPadFollowsTheSettingAndTheAnswersOfTheThread) {
 TEST_F(GameTest, APausedCoreStillFollowsTheSettingWithoutPolling) {
     std::unique_ptr<Gamepads> panel = core().use();
     step();
-    panel->gamepad(0)->impl()->set_constant(1, AttributeValue::make_trigger(0.5),
-                                            platform::monotonic_now_ns() + one_hour_ns);
+    panel->gamepad(0)->impl()->set_constant(1, AttributeValue::make_trigger(0.5), in_an_hour);
     step();
     EXPECT_EQ(backend->written(0).values[1].as_trigger(), 0.5);
     backend->take_calls();
@@ -222,14 +184,8 @@ TEST_F(GameTest, APausedCoreStillFollowsTheSettingWithoutPolling) {
     panel.reset();  // paused with the attach still queued
     ASSERT_TRUE(ticks->step());
     deliver();  // its late success sends a detach to the sleeping thread
-    std::vector<std::string> calls;
-    ASSERT_TRUE(eventually([&] {
-        for (std::string& call : backend->take_calls())
-            calls.push_back(call);
-        return calls.size() == 5;
-    }));
-    EXPECT_THAT(calls, ElementsAre("write_gamepad 0", "write_gamepad 1", "write_gamepad 2",
-                                   "attach 0", "detach 2"));
+    EXPECT_THAT(take_calls(*backend, 5), ElementsAre("write_gamepad 0", "write_gamepad 1",
+                                                     "write_gamepad 2", "attach 0", "detach 2"));
     EXPECT_EQ(backend->written(0).values[1].kind, AttributeValue::Kind::Empty);
     EXPECT_EQ(thread_state(), ReadThreadState::Pause);
 }
@@ -240,9 +196,8 @@ TEST_F(GameTest, OneWriterPerAttributeAndOneFeedPerPad) {
     Game::GamepadImpl* pad0 = node_a->gamepad(0)->impl();
     pad0->clear_writer(1);  // no metadata yet: nothing to do
     step();
-    const std::int64_t later = platform::monotonic_now_ns() + one_hour_ns;
-    pad0->set_constant(1, AttributeValue::make_trigger(0.3), later);
-    node_b->gamepad(0)->impl()->set_constant(1, AttributeValue::make_trigger(0.7), later);
+    pad0->set_constant(1, AttributeValue::make_trigger(0.3), in_an_hour);
+    node_b->gamepad(0)->impl()->set_constant(1, AttributeValue::make_trigger(0.7), in_an_hour);
     step();
     EXPECT_EQ(backend->written(0).values[1].as_trigger(), 0.7);
 

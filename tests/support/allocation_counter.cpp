@@ -6,8 +6,6 @@
 
 namespace {
 thread_local std::size_t* active_count = nullptr;
-std::atomic<bool> counting_all{false};
-std::atomic<std::size_t> all_count{0};
 std::atomic<std::thread::id> counted_thread{};
 std::atomic<std::size_t> thread_count{0};
 }  // namespace
@@ -18,11 +16,6 @@ AllocationCounter::AllocationCounter() : outer_(active_count) {
     active_count = &count_;
 }
 
-AllocationCounter::AllocationCounter(AllThreads) : all_threads_(true) {
-    all_count = 0;
-    counting_all = true;
-}
-
 AllocationCounter::AllocationCounter(std::thread::id thread) : one_thread_(true) {
     thread_count = 0;
     counted_thread = thread;
@@ -31,38 +24,30 @@ AllocationCounter::AllocationCounter(std::thread::id thread) : one_thread_(true)
 AllocationCounter::~AllocationCounter() {
     if (one_thread_) {
         counted_thread = std::thread::id();
-    } else if (all_threads_) {
-        counting_all = false;
     } else {
         active_count = outer_;
     }
 }
 
 std::size_t AllocationCounter::count() const {
-    if (one_thread_) return thread_count.load();
-    return all_threads_ ? all_count.load() : count_;
+    return one_thread_ ? thread_count.load() : count_;
 }
 
+bool AllocationCounter::supported() {
 #if defined(__SANITIZE_THREAD__)
-
-bool AllocationCounter::supported() {
     return false;
-}
-
-}  // namespace testsupport
-
 #else
-
-bool AllocationCounter::supported() {
     return true;
+#endif
 }
 
 }  // namespace testsupport
+
+#if !defined(__SANITIZE_THREAD__)
 
 // The unaligned forms only; the library's array and nothrow forms call these.
 void* operator new(std::size_t size) {
     if (active_count != nullptr) ++*active_count;
-    if (counting_all.load(std::memory_order_relaxed)) all_count.fetch_add(1);
     if (counted_thread.load(std::memory_order_relaxed) == std::this_thread::get_id()) {
         thread_count.fetch_add(1);
     }

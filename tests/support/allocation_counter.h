@@ -5,8 +5,8 @@
 
 namespace testsupport {
 
-// Counts the calls of the global operator new that this thread (or, with `all_threads`, any
-// thread, or the one thread given) makes while the counter lives.
+// Counts the calls of the global operator new that this thread (or the one thread given) makes
+// while the counter lives.
 // Linking allocation_counter.cpp replaces operator new and delete in the whole test binary.
 // Qt's containers allocate with malloc and are not seen; std containers are.
 //
@@ -17,11 +17,7 @@ class AllocationCounter {
 public:
     static bool supported();
 
-    struct AllThreads {};
-    static constexpr AllThreads all_threads{};
-
     AllocationCounter();
-    explicit AllocationCounter(AllThreads);
     explicit AllocationCounter(std::thread::id thread);
     ~AllocationCounter();
     AllocationCounter(const AllocationCounter&) = delete;
@@ -30,7 +26,6 @@ public:
     std::size_t count() const;
 
 private:
-    bool all_threads_ = false;
     bool one_thread_ = false;
     std::size_t count_ = 0;
     std::size_t* outer_ = nullptr;

@@ -4,33 +4,25 @@
 
 namespace testsupport {
 
-template <typename Ready>
-bool ManualTicks::wait_for(std::unique_lock<std::mutex>& lock, Ready ready) {
-    return changed_.wait_for(lock, std::chrono::seconds(10), ready);
-}
-
+// Only the test fires the timer, so the thread still waits once the lock is taken again.
 bool ManualTicks::step() {
+    if (!wait_until(Waiting::TimerOrEvent)) return false;
     std::unique_lock lock(mutex_);
-    if (!wait_for(lock, [&] { return waiting_ == Waiting::TimerOrEvent; })) return false;
     const std::uint64_t before = wakeups_;
     fired_ = true;
     changed_.notify_all();
-    return wait_for(lock, [&] { return wakeups_ > before && waiting_ != Waiting::Nothing; });
+    return changed_.wait_for(lock, std::chrono::seconds(10),
+                             [&] { return wakeups_ > before && waiting_ != Waiting::Nothing; });
 }
 
 bool ManualTicks::wait_until(Waiting what) {
     std::unique_lock lock(mutex_);
-    return wait_for(lock, [&] { return waiting_ == what; });
+    return changed_.wait_for(lock, std::chrono::seconds(10), [&] { return waiting_ == what; });
 }
 
 std::vector<std::int32_t> ManualTicks::armed() const {
     std::lock_guard lock(mutex_);
     return armed_;
-}
-
-int ManualTicks::cancels() const {
-    std::lock_guard lock(mutex_);
-    return cancels_;
 }
 
 void ManualTicks::arm(std::int32_t period_ms) {
@@ -40,28 +32,18 @@ void ManualTicks::arm(std::int32_t period_ms) {
 
 void ManualTicks::cancel() {
     std::lock_guard lock(mutex_);
-    ++cancels_;
+    armed_.push_back(0);
     fired_ = false;
 }
 
 // As on Windows, a timer and an event that are both ready wake the thread twice.
-void ManualTicks::wait_timer_or_event() {
+void ManualTicks::sleep(Waiting what) {
     std::unique_lock lock(mutex_);
-    waiting_ = Waiting::TimerOrEvent;
+    waiting_ = what;
     changed_.notify_all();
-    changed_.wait(lock, [&] { return fired_ || event_; });
-    (fired_ ? fired_ : event_) = false;
-    waiting_ = Waiting::Nothing;
-    ++wakeups_;
-    changed_.notify_all();
-}
-
-void ManualTicks::wait_event() {
-    std::unique_lock lock(mutex_);
-    waiting_ = Waiting::Event;
-    changed_.notify_all();
-    changed_.wait(lock, [&] { return event_; });
-    event_ = false;
+    const auto timer = [&] { return what == Waiting::TimerOrEvent && fired_; };
+    changed_.wait(lock, [&] { return timer() || event_; });
+    (timer() ? fired_ : event_) = false;
     waiting_ = Waiting::Nothing;
     ++wakeups_;
     changed_.notify_all();

@@ -20,19 +20,17 @@ public:
     bool step();
     // Test side. Waits until the thread waits on `what`, for a few seconds at most.
     bool wait_until(Waiting what);
-    // The periods the thread armed, in order, and how often it cancelled.
+    // The periods the thread armed, in order, with a 0 for each cancel.
     std::vector<std::int32_t> armed() const;
-    int cancels() const;
 
     void arm(std::int32_t period_ms) override;
     void cancel() override;
-    void wait_timer_or_event() override;
-    void wait_event() override;
+    void wait_timer_or_event() override { sleep(Waiting::TimerOrEvent); }
+    void wait_event() override { sleep(Waiting::Event); }
     void set_event() override;
 
 private:
-    template <typename Ready>
-    bool wait_for(std::unique_lock<std::mutex>& lock, Ready ready);
+    void sleep(Waiting what);
 
     mutable std::mutex mutex_;
     std::condition_variable changed_;
@@ -41,7 +39,6 @@ private:
     Waiting waiting_ = Waiting::Nothing;
     std::uint64_t wakeups_ = 0;
     std::vector<std::int32_t> armed_;
-    int cancels_ = 0;
 };
 
 }  // namespace testsupport

@@ -21,52 +21,69 @@ struct ScriptedPad {
     bool metadata_changed = false;                // reported once, by the next read
 };
 
-// A backend whose pads a test scripts and whose every call it records, with the thread it came
-// from. The test and the polling thread use it at once, so it locks.
+// A backend whose pads a test scripts and whose every call it records as "operation pad",
+// "main operation pad" when it came from the thread that made the backend. The test and the
+// polling thread use it at once, so it locks.
 class ScriptedBackend : public gamepad::Backend {
 public:
-    struct Call {
-        std::string operation;
-        std::size_t pad;
-        std::thread::id thread;
-    };
-
     explicit ScriptedBackend(std::vector<ScriptedPad> pads);
 
     // Test side.
     void edit(const std::function<void(std::vector<ScriptedPad>&)>& change);
-    std::vector<Call> calls() const;
-    // The operations recorded so far, as "operation pad" strings, and forgets them.
+    // The calls recorded so far, and forgets them.
     std::vector<std::string> take_calls();
     void set_recording(bool on);
+    // The thread of the latest call that did not come from the maker's.
+    std::thread::id last_caller() const;
     gamepad::GamepadState written(std::size_t pad) const;
     void script_attach(std::uint32_t result, std::size_t pad);
 
     std::size_t virtual_gamepad_count() override { return 1; }
     QByteArray virtual_gamepad_name(std::size_t) override { return "virtual"; }
     std::uint32_t attach_virtual_gamepad(std::size_t kind, std::size_t& pad) override;
-    QByteArray attach_error_text(std::size_t kind, std::uint32_t code) override;
+    QByteArray attach_error_text(std::size_t, std::uint32_t code) override {
+        const Held held = at("attach_error_text", code);
+        return "error " + QByteArray::number(code);
+    }
     bool can_hide_feed_gamepad() override { return false; }
     void hide_feed_gamepad() override {}
-    std::size_t gamepad_count() override;
-    QByteArray gamepad_name(std::size_t pad) override;
-    gamepad::GamepadCapabilities gamepad_capabilities(std::size_t pad) override;
-    std::size_t attribute_count(std::size_t pad) override;
-    const gamepad::AttributeInfo& attribute_info(std::size_t pad, std::size_t position) override;
-    QByteArray attribute_label(std::size_t pad, std::size_t position) override;
-    void detach_virtual_gamepad(std::size_t pad) override;
-    void refresh_gamepads() override;
+    std::size_t gamepad_count() override { return at("gamepad_count", 0).pads.size(); }
+    QByteArray gamepad_name(std::size_t pad) override { return at("gamepad_name", pad)->name; }
+    gamepad::GamepadCapabilities gamepad_capabilities(std::size_t pad) override {
+        return at("gamepad_capabilities", pad)->capabilities;
+    }
+    std::size_t attribute_count(std::size_t pad) override {
+        return at("attribute_count", pad)->rows.size();
+    }
+    const gamepad::AttributeInfo& attribute_info(std::size_t pad, std::size_t position) override {
+        return at("attribute_info", pad)->rows[position];
+    }
+    QByteArray attribute_label(std::size_t pad, std::size_t position) override {
+        return QByteArray("label ") + at("attribute_label", pad)->rows[position].id;
+    }
+    void detach_virtual_gamepad(std::size_t pad) override { at("detach", pad); }
+    void refresh_gamepads() override { at("refresh_gamepads", 0); }
     gamepad::ReadFlags read_gamepad(std::size_t pad, gamepad::GamepadState& state) override;
     void write_gamepad(std::size_t pad, const gamepad::GamepadState& state) override;
 
 private:
-    void record(const char* operation, std::size_t pad);
+    // The scripted pads under the lock, which holds until the end of the caller's expression.
+    struct Held {
+        std::unique_lock<std::mutex> lock;
+        std::vector<ScriptedPad>& pads;
+        std::size_t pad;
+        ScriptedPad* operator->() const { return &pads[pad]; }
+    };
+    // Locks and records the call.
+    Held at(const char* operation, std::size_t pad);
 
     mutable std::mutex mutex_;
     std::vector<ScriptedPad> pads_;
     std::vector<gamepad::GamepadState> written_;
-    std::vector<Call> calls_;
+    std::vector<std::string> calls_;
     bool recording_ = true;
+    const std::thread::id maker_ = std::this_thread::get_id();
+    std::thread::id last_caller_;
     std::uint32_t attach_result_ = 0;
     std::size_t attach_pad_ = 0;
 };
