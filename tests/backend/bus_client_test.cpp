@@ -57,7 +57,6 @@ protected:
 };
 
 TEST_F(BusClientTest, ConnectTriesInterfacesInOrderAndReportsTheLastOne) {
-    EXPECT_EQ(bus_client_connect(nullptr), BUS_ERROR_INVALID_CLIENT);
     zestsim::set_bus_driver(false);
     EXPECT_EQ(connect(), BUS_ERROR_NOT_FOUND);
     zestsim::set_bus_driver(true);
@@ -84,38 +83,27 @@ TEST_F(BusClientTest, ConnectTriesInterfacesInOrderAndReportsTheLastOne) {
 
 TEST_F(BusClientTest, TargetsFindTheirSerialAndMoveThroughTheirStates) {
     ASSERT_EQ(connect(), BUS_OK);
-    BusTarget* taken[2] = {bus_target_alloc_x360(), bus_target_alloc_x360()};
-    for (BusTarget* t : taken)
-        ASSERT_EQ(bus_target_add(client, t), BUS_OK);
+    BusTarget* taken = bus_target_alloc_x360();
+    ASSERT_EQ(bus_target_add(client, taken), BUS_OK);
     target = bus_target_alloc_x360();
     EXPECT_EQ(bus_target_register_notification(client, target, on_rumble, nullptr),
               BUS_ERROR_INVALID_TARGET);  // never added: serial 0
     const std::uint64_t before = plugs();
     EXPECT_EQ(bus_target_add(client, target), BUS_OK);
-    EXPECT_EQ(target->serial, 3u);
-    EXPECT_EQ(plugs() - before, 3u);
+    EXPECT_EQ(target->serial, 2u);
+    EXPECT_EQ(plugs() - before, 2u);
     EXPECT_EQ(bus_target_add(client, target), BUS_ERROR_ALREADY_PLUGGED);
 
-    EXPECT_EQ(bus_target_remove(client, taken[0]), BUS_OK);
-    EXPECT_EQ(bus_target_remove(client, taken[0]), BUS_ERROR_NOT_PLUGGED);
-    EXPECT_EQ(taken[0]->serial, 1u);  // kept after removal
-    EXPECT_EQ(bus_target_update_x360(client, taken[0], {}),
-              BUS_ERROR_INVALID_TARGET);                  // the bus says
-    EXPECT_EQ(bus_target_add(client, taken[0]), BUS_OK);  // the search starts over at 1
-    EXPECT_EQ(taken[0]->serial, 1u);
-    for (BusTarget* t : taken) {
-        bus_target_remove(client, t);
-        bus_target_free(t);
-    }
-
+    EXPECT_EQ(bus_target_remove(client, taken), BUS_OK);
+    EXPECT_EQ(bus_target_remove(client, taken), BUS_ERROR_NOT_PLUGGED);
+    EXPECT_EQ(taken->serial, 1u);  // kept after removal
+    EXPECT_EQ(bus_target_update_x360(client, taken, {}), BUS_ERROR_INVALID_TARGET);  // the bus says
+    EXPECT_EQ(bus_target_add(client, taken), BUS_OK);  // the search starts over at 1
+    EXPECT_EQ(taken->serial, 1u);
+    bus_target_remove(client, taken);
+    bus_target_free(taken);
     BusTarget blank;  // not from bus_target_alloc_x360
     EXPECT_EQ(bus_target_add(client, &blank), BUS_ERROR_UNINITIALIZED);
-    EXPECT_EQ(bus_target_remove(client, &blank), BUS_ERROR_UNINITIALIZED);
-    EXPECT_EQ(bus_target_add(nullptr, target), BUS_ERROR_INVALID_CLIENT);
-    EXPECT_EQ(bus_target_add(client, nullptr), BUS_ERROR_INVALID_TARGET);
-    BusClient* unconnected = bus_client_alloc();
-    EXPECT_EQ(bus_target_update_x360(unconnected, target, {}), BUS_ERROR_NOT_FOUND);
-    bus_client_free(unconnected);
 }
 
 TEST_F(BusClientTest, RefusedSerialsAndFailedReadyWaitsLeaveNothingPlugged) {

@@ -76,8 +76,6 @@ TEST_F(ViGEmBackendTest, AttachFindsTheTargetBehindTheSentinelAndLogsEachStage) 
     EXPECT_TRUE(state.is_connected);
     EXPECT_EQ(state.values[12].kind, AttributeValue::Kind::Empty);  // XInput hides the guide
     EXPECT_EQ(state.values[21].as_motor(), 0.0);
-    EXPECT_EQ(backend->attribute_label(2, 13), "GenericGamepad.ButtonA");
-    EXPECT_EQ(read(2), ReadFlags());
 
     backend->detach_virtual_gamepad(2);
     EXPECT_EQ(zestsim::plugged_targets(), 0u);
@@ -132,13 +130,10 @@ TEST_F(ViGEmBackendTest, ReportsCarryEveryByteAndAxisBitForBit) {
     out.values[row_stick_right] = AttributeValue::make_button(true);  // the wrong kind: zero
     out.values[13] = AttributeValue::make_button(true);
     out.values[12] = AttributeValue::make_button(true);
-    const BusX360Report report = ViGEmBackend::build_report(out);
-    EXPECT_EQ(report.buttons, 0x1000 | 0x0400);
-    EXPECT_EQ(report.left_trigger, 127);
-    EXPECT_EQ(report.right_trigger, 0);
-    EXPECT_EQ(report.thumb_lx, 32767);
-    EXPECT_EQ(report.thumb_ly, -16384);
-    EXPECT_EQ(report.thumb_ry, 0);
+    const BusX360Report r = ViGEmBackend::build_report(out);
+    EXPECT_EQ(std::vector<int>(
+                  {r.buttons, r.left_trigger, r.right_trigger, r.thumb_lx, r.thumb_ly, r.thumb_ry}),
+              std::vector<int>({0x1000 | 0x0400, 127, 0, 32767, -16384, 0}));
     out.values[row_trigger_right] = AttributeValue();
     out.values[row_button_right_trigger] = AttributeValue::make_button(true);
     EXPECT_EQ(ViGEmBackend::build_report(out).right_trigger, 255);  // pressed on its own

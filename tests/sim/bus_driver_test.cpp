@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -80,7 +79,7 @@ protected:
     std::vector<HANDLE> opened;
 };
 
-TEST_F(BusDriverTest, APluggedReadyTargetShowsInXInputAndGetsItsRumble) {
+TEST_F(BusDriverTest, APluggedReadyTargetShowsInXInputUntilUnplugged) {
     zestsim::plug_pad(0, zestsim::Subtype::Wheel);
     HANDLE device = open_bus();
     EXPECT_EQ(send(device, version, request({8, 1}, 8)), 0u);
@@ -107,21 +106,9 @@ TEST_F(BusDriverTest, APluggedReadyTargetShowsInXInputAndGetsItsRumble) {
     EXPECT_EQ(std::vector<int>({pad.bLeftTrigger, pad.bRightTrigger, pad.sThumbLX, pad.sThumbLY,
                                 pad.sThumbRX, pad.sThumbRY}),
               std::vector<int>({255, 0, -32768, 32767, 1, 0}));
-    XINPUT_CAPABILITIES caps{};
-    ASSERT_EQ(XInputGetCapabilities(1, 0, &caps), 0u);
-    EXPECT_EQ(caps.SubType, XINPUT_DEVSUBTYPE_GAMEPAD);
-    EXPECT_EQ(caps.Vibration.wLeftMotorSpeed, 0xFFFF);
 
+    // Its rumble, large motor first, is shown through the bus client; an unplug ends the wait.
     Pending rumble{request({12, 1}, 12)};
-    start(device, notification, rumble);
-    EXPECT_EQ(result(device, rumble, false), static_cast<DWORD>(ERROR_IO_INCOMPLETE));
-    XINPUT_VIBRATION motors{0xFF00, 0x0100};
-    XInputSetState(1, &motors);
-    EXPECT_EQ(WaitForSingleObject(rumble.overlapped.hEvent, 5000), WAIT_OBJECT_0);
-    EXPECT_EQ(result(device, rumble, true), 0u);
-    EXPECT_EQ(rumble.buffer[8], 0xFF);  // large motor first
-    EXPECT_EQ(rumble.buffer[9], 0x01);
-
     start(device, notification, rumble);
     EXPECT_EQ(send(device, unplug, request({8, 1}, 8)), 0u);
     EXPECT_EQ(result(device, rumble, true), static_cast<DWORD>(ERROR_ACCESS_DENIED));
@@ -155,8 +142,9 @@ TEST_F(BusDriverTest, WaitingRequestsEndByCancelOrClose) {
 }
 
 // The faults whose outcome the bus client's tests don't show on their own; refused serials,
-// ready waits, reports and threads are checked there.
-TEST_F(BusDriverTest, SlowRefusingStuckAndLateDriversBehaveAsConfigured) {
+// ready waits, reports, threads and a stuck driver are checked there, a target that never shows
+// through the ViGEm backend.
+TEST_F(BusDriverTest, SlowRefusingAndLateDriversBehaveAsConfigured) {
     HANDLE device = open_bus();
     zestsim::set_driver_delay(30);  // answers come late but come
     Pending late{request({8, 1}, 8)};
@@ -176,14 +164,6 @@ TEST_F(BusDriverTest, SlowRefusingStuckAndLateDriversBehaveAsConfigured) {
     zestsim_refuse_requests(unplug, 0);
     EXPECT_EQ(send(device, unplug, request({8, 99}, 8)),
               static_cast<DWORD>(ERROR_INVALID_PARAMETER));  // the driver's own answer
-    zestsim_ignore_cancel(1);
-    Pending stuck{request({72}, 72)};
-    start(device, output, stuck);
-    EXPECT_TRUE(CancelIoEx(device, &stuck.overlapped));
-    EXPECT_EQ(result(device, stuck, false), static_cast<DWORD>(ERROR_IO_INCOMPLETE));
-    zestsim_ignore_cancel(0);
-    EXPECT_TRUE(CancelIoEx(device, &stuck.overlapped));
-    EXPECT_EQ(result(device, stuck, true), static_cast<DWORD>(ERROR_OPERATION_ABORTED));
 
     zestsim::set_target_appearance(zestsim::Appearance::Late, 2);
     ASSERT_EQ(send(device, plug, request({16, 9, 0, 0}, 16)), 0u);
@@ -192,22 +172,6 @@ TEST_F(BusDriverTest, SlowRefusingStuckAndLateDriversBehaveAsConfigured) {
     EXPECT_NE(XInputGetState(0, &state), 0u);
     EXPECT_NE(XInputGetState(0, &state), 0u);
     EXPECT_EQ(XInputGetState(0, &state), 0u);  // shows up on the third read
-
-    zestsim::set_target_appearance(zestsim::Appearance::Never);
-    ASSERT_EQ(send(device, plug, request({16, 10, 0, 0}, 16)), 0u);
-    EXPECT_EQ(send(device, ready, request({8, 10}, 8)), 0u);
-    EXPECT_NE(XInputGetState(1, &state), 0u);
-    const auto readied = std::chrono::steady_clock::now();
-    zestsim::set_target_appearance(zestsim::Appearance::Late, 0, std::chrono::milliseconds(300));
-    ASSERT_EQ(send(device, plug, request({16, 11, 0, 0}, 16)), 0u);
-    EXPECT_EQ(send(device, ready, request({8, 11}, 8)), 0u);
-    while (zestsim::target_user(11) < 0 &&
-           std::chrono::steady_clock::now() - readied < std::chrono::seconds(10)) {
-        XInputGetState(1, &state);
-    }
-    EXPECT_GE(std::chrono::steady_clock::now() - readied, std::chrono::milliseconds(300));
-    EXPECT_EQ(zestsim::target_user(11), 1);
-    EXPECT_EQ(zestsim::target_user(10), -1);  // still ready, but its moment was under Never
 }
 
 }  // namespace
