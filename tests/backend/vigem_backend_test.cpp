@@ -10,7 +10,6 @@
 #include "backend/bus/bus_requests.h"
 #include "backend/vigem_backend.h"
 #include "hostapi/host_wrappers.h"
-#include "support/eventually.h"
 #include "support/kit_fixture.h"
 #include "zestsim/zestsim.h"
 
@@ -139,7 +138,7 @@ TEST_F(ViGEmBackendTest, ReportsCarryEveryByteAndAxisBitForBit) {
     EXPECT_EQ(ViGEmBackend::build_report(out).right_trigger, 255);  // pressed on its own
 }
 
-TEST_F(ViGEmBackendTest, WritesGoOutOnceAndRumbleComesBackAsMotors) {
+TEST_F(ViGEmBackendTest, WritesGoOutOnceAndAFailedOneIsLoggedOnce) {
     std::size_t pad = 0;
     ASSERT_EQ(attach(pad), 0u);
     backend->refresh_gamepads();
@@ -163,14 +162,9 @@ TEST_F(ViGEmBackendTest, WritesGoOutOnceAndRumbleComesBackAsMotors) {
     backend->write_gamepad(pad, out);
     EXPECT_EQ(reports(), sent + 2);
     EXPECT_EQ(captured.back(), "warning Gamepad: could not update ViGEM target - error 0xe0000003");
-    zestsim::deny_reports(false);
-
-    XINPUT_VIBRATION other_program{0xFF00, 0x0100};
-    XInputSetState(static_cast<DWORD>(pad), &other_program);
-    EXPECT_TRUE(eventually([&] { return read(pad), state.values[21].as_motor() == 1.0; }));
-    EXPECT_EQ(state.values[22].as_motor(), 257 / 65535.0);
 }
 
+// Rumble reaches the motors, also when it comes before the attach has ended.
 TEST_F(ViGEmBackendTest, RumbleThatComesDuringDiscoveryIsKept) {
     zestsim::set_driver_delay(200);  // discovery lasts while the other program rumbles
     std::thread other_program([] {
