@@ -1,0 +1,350 @@
+#include <QElapsedTimer>
+#include <QString>
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <cmath>
+#include <thread>
+
+#include "backend/attribute_table.h"
+#include "backend/bus/bus_requests.h"
+#include "backend/vigem_backend.h"
+#include "hostapi/host_wrappers.h"
+#include "support/allocation_counter.h"
+#include "support/kit_fixture.h"
+#include "zestsim/zestsim.h"
+
+namespace gamepad {
+namespace {
+
+using ::testing::ElementsAre;
+using zestsim::Subtype;
+
+constexpr std::size_t none = static_cast<std::size_t>(-1);
+
+std::vector<std::string> captured;
+
+void capture(QtMsgType type, const QMessageLogContext&, const QString& text) {
+    const char* level = type == QtInfoMsg ? "info " : type == QtWarningMsg ? "warning " : "debug ";
+    captured.push_back(level + text.toStdString());
+}
+
+// The XInput pads and the virtual one on the backend the plug-in makes; its log lines are kept.
+class XInputBackendTest : public KitTest {
+protected:
+    void SetUp() override {
+        KitTest::SetUp();
+        plugin_host_handle = hostkit::host_handle();
+        zestsim::reset();
+        captured.clear();
+        previous_handler = qInstallMessageHandler(capture);
+    }
+    void TearDown() override {
+        backend.reset();  // also with a pad attached: nothing is left behind
+        qInstallMessageHandler(previous_handler);
+        EXPECT_EQ(zestsim::plugged_targets(), 0u);
+        EXPECT_EQ(zestsim::pending_requests(), 0u);
+        KitTest::TearDown();
+    }
+    // A read as the polling thread makes it: values emptied and sized to the present list.
+    ReadFlags read(std::size_t pad) {
+        state.values.clear();
+        state.values.resize(backend->attribute_count(pad));
+        return backend->read_gamepad(pad, state);
+    }
+    void plug(std::size_t pad,
+              const zestsim::Capabilities& caps = zestsim::default_capabilities(Subtype::Gamepad)) {
+        zestsim::plug_pad(pad, caps);
+        backend->refresh_gamepads();
+        read(pad);
+    }
+    std::size_t position_of(std::size_t pad, const char* id) {
+        for (std::size_t p = 0; p < backend->attribute_count(pad); ++p) {
+            if (QByteArray(backend->attribute_info(pad, p).id) == id) return p;
+        }
+        return none;
+    }
+    const AttributeValue& value(std::size_t pad, const char* id) {
+        return state.values.at(position_of(pad, id));
+    }
+    void write_motors(std::size_t pad, AttributeValue large, AttributeValue small) {
+        GamepadState out{true, std::vector<AttributeValue>(backend->attribute_count(pad))};
+        if (position_of(pad, "motor_left") != none)
+            out.values[position_of(pad, "motor_left")] = large;
+        if (position_of(pad, "motor_right") != none)
+            out.values[position_of(pad, "motor_right")] = small;
+        backend->write_gamepad(pad, out);
+    }
+
+    std::uint32_t attach(std::size_t& pad) { return backend->attach_virtual_gamepad(0, pad); }
+    std::uint64_t reports() { return zestsim::ioctl_calls(BUS_IOCTL_SUBMIT_X360_REPORT); }
+
+    std::unique_ptr<ViGEmBackend> backend = std::make_unique<ViGEmBackend>();
+    GamepadState state;
+    QtMessageHandler previous_handler = nullptr;
+};
+
+using ViGEmBackendTest = XInputBackendTest;
+
+// Nothing is polled before a refresh; an empty slot then once per refresh and shows the generic
+// pad, a plugged one every tick with its own list, name and labels.
+TEST_F(XInputBackendTest, SlotsFollowTheRefreshesAndEachPadBringsItsOwnListNameAndLabels) {
+    zestsim::plug_pad(2, Subtype::DrumKit);
+    state.is_connected = true;  // left alone by a read that doesn't poll
+    EXPECT_EQ(read(0), ReadFlags());
+    EXPECT_TRUE(state.is_connected);
+    read(2);
+    EXPECT_EQ(zestsim::calls("XInputGetState"), 0u);
+    EXPECT_EQ(backend->attribute_count(0), 23u);
+    EXPECT_EQ(backend->gamepad_capabilities(0), GamepadCapabilities(9));
+    EXPECT_EQ(backend->gamepad_name(0), "GenericGamepad.Name.1");
+
+    backend->refresh_gamepads();
+    EXPECT_EQ(read(0), ReadFlags());
+    EXPECT_FALSE(state.is_connected);
+    read(0);
+    EXPECT_EQ(zestsim::calls("XInputGetState", 0), 1u);
+    EXPECT_EQ(read(2), ReadFlags(ReadFlag::MetadataChanged));
+    EXPECT_TRUE(state.is_connected);
+    EXPECT_EQ(backend->gamepad_name(2), "DrumkitGamepad.Name.3");
+    EXPECT_EQ(position_of(2, "stick_left"), none);
+    EXPECT_EQ(backend->attribute_label(2, position_of(2, "button_a")), "DrumkitGamepad.ButtonA");
+    EXPECT_EQ(read(2), ReadFlags());
+    EXPECT_EQ(zestsim::calls("XInputGetCapabilities", 2), 1u);
+
+    zestsim::unplug_pad(2);
+    EXPECT_EQ(read(2), ReadFlags(ReadFlag::MetadataChanged));
+    EXPECT_FALSE(state.is_connected);
+    EXPECT_EQ(state.values.size(), 23u);
+    for (const AttributeValue& v : state.values)
+        EXPECT_EQ(v.kind, AttributeValue::Kind::Empty);
+    const std::uint64_t polls = zestsim::calls("XInputGetState", 2);
+    read(2);
+    EXPECT_EQ(zestsim::calls("XInputGetState", 2), polls);
+    zestsim::plug_pad(2, Subtype::Wheel);
+    backend->refresh_gamepads();
+    EXPECT_EQ(read(2), ReadFlags(ReadFlag::MetadataChanged));
+    EXPECT_EQ(backend->gamepad_name(2), "WheelGamepad.Name.3");
+    EXPECT_THAT(hostkit::check(), ::testing::IsEmpty());
+}
+
+TEST_F(XInputBackendTest, DecodesButtonsTriggersAndSticksAtTheirEnds) {
+    plug(0);
+    EXPECT_EQ(position_of(0, "button_guide"), none);  // a wired pad doesn't report it
+    EXPECT_EQ(backend->attribute_count(0), 22u);
+    zestsim::press(0, 0x1000 | 0x0400, true);
+    zestsim::set_triggers(0, 30, 31);
+    zestsim::set_sticks(0, -32768, 32767, 0, -1);
+    read(0);
+    // 30 is not pressed, 31 is.
+    EXPECT_EQ(std::vector<bool>({value(0, "button_a").as_button(), value(0, "button_b").as_button(),
+                                 value(0, "button_left_trigger").as_button(),
+                                 value(0, "button_right_trigger").as_button()}),
+              std::vector<bool>({true, false, false, true}));
+    EXPECT_EQ(value(0, "trigger_left").as_trigger(), 30 / 255.0);
+    EXPECT_EQ(value(0, "trigger_right").as_trigger(), 31 / 255.0);
+    const StickValue l = value(0, "stick_left").as_stick(), r = value(0, "stick_right").as_stick();
+    EXPECT_EQ(
+        std::vector<double>({l.deadzone, l.x, l.y, r.deadzone, r.x, r.y}),
+        std::vector<double>({7849.0 / 32767.0, -1.0, 1.0, 8689.0 / 32767.0, 0.0, -1.0 / 32768.0}));
+    EXPECT_EQ(value(0, "motor_left").kind, AttributeValue::Kind::Empty);
+}
+
+TEST_F(XInputBackendTest, ScansWhatTheCapabilitiesReport) {
+    zestsim::Capabilities caps;  // a trigger of 20: analogue without the digital view
+    caps.controls.buttons = 0x1000;
+    caps.controls.left_trigger = 20;
+    caps.controls.right_trigger = 31;
+    caps.controls.thumb_ry = 1;
+    plug(1, caps);
+    std::vector<std::string> ids;
+    for (std::size_t row : backend->slot(1).attributes)
+        ids.push_back(attribute_rows[row].info.id);
+    EXPECT_THAT(ids, ::testing::ElementsAre("button_right_trigger", "button_a", "trigger_left",
+                                            "trigger_right", "stick_right"));
+    write_motors(1, AttributeValue::make_motor(1.0), AttributeValue::make_motor(1.0));
+    EXPECT_EQ(zestsim::calls("XInputSetState", 1), 0u);  // no motors: speeds stay 0
+
+    zestsim::fail_capabilities(true);  // a pad whose capabilities can't be read has nothing
+    zestsim::plug_pad(3, Subtype::Gamepad);
+    backend->refresh_gamepads();
+    EXPECT_EQ(read(3), ReadFlags(ReadFlag::MetadataChanged));
+    EXPECT_TRUE(state.is_connected);
+    EXPECT_EQ(backend->attribute_count(3), 0u);
+}
+
+TEST_F(XInputBackendTest, MotorsAreClampedAndOnlyChangesAreSent) {
+    plug(0);
+    const auto speeds = [] { return zestsim::vibration(0); };
+    write_motors(0, AttributeValue::make_motor(0.5), AttributeValue::make_motor(1.5));
+    EXPECT_EQ(speeds().left, 32767);
+    EXPECT_EQ(speeds().right, 65535);
+    write_motors(0, AttributeValue::make_motor(0.5), AttributeValue::make_motor(1.0));
+    EXPECT_EQ(zestsim::calls("XInputSetState", 0), 1u);  // the same speeds again
+    write_motors(0, AttributeValue::make_motor(std::nan("")), AttributeValue::make_trigger(1.0));
+    EXPECT_EQ(speeds().left, 0);
+    EXPECT_EQ(speeds().right, 0);
+    write_motors(0, AttributeValue::make_motor(-0.5), AttributeValue{});
+    EXPECT_EQ(zestsim::calls("XInputSetState", 0), 2u);
+
+    // Rumbling when unplugged: the speeds are kept, and the same ones aren't sent again.
+    write_motors(0, AttributeValue::make_motor(1.0), AttributeValue::make_motor(1.0));
+    zestsim::unplug_pad(0);
+    read(0);
+    write_motors(0, AttributeValue::make_motor(0.2), AttributeValue{});
+    plug(0);
+    write_motors(0, AttributeValue::make_motor(1.0), AttributeValue::make_motor(1.0));
+    EXPECT_EQ(zestsim::calls("XInputSetState", 0), 3u);
+    write_motors(0, AttributeValue{}, AttributeValue{});
+    EXPECT_EQ(zestsim::calls("XInputSetState", 0), 4u);
+    EXPECT_EQ(speeds().left, 0);
+}
+
+TEST_F(XInputBackendTest, NormalReadsAndWritesAllocateNothing) {
+    if (!testsupport::AllocationCounter::supported()) GTEST_SKIP() << "no counting allocator";
+    plug(1);
+    GamepadState out{true, std::vector<AttributeValue>(backend->attribute_count(1))};
+    out.values[position_of(1, "motor_left")] = AttributeValue::make_motor(1.0);
+    backend->write_gamepad(1, out);  // the machine's counters take their first entries
+    testsupport::AllocationCounter allocations;
+    for (int i = 0; i < 50; ++i) {
+        zestsim::set_triggers(1, static_cast<std::uint8_t>(i), 0);
+        EXPECT_EQ(backend->read_gamepad(1, state), ReadFlags());
+        out.values[position_of(1, "motor_left")] = AttributeValue::make_motor(i / 50.0);
+        backend->write_gamepad(1, out);
+    }
+    EXPECT_EQ(allocations.count(), 0u);
+    EXPECT_EQ(zestsim::calls("XInputSetState", 1), 51u);
+    EXPECT_EQ(value(1, "trigger_left").as_trigger(), 49 / 255.0);
+}
+
+TEST_F(ViGEmBackendTest, AttachFindsTheTargetBehindTheSentinelAndLogsEachStage) {
+    zestsim::plug_pad(0, zestsim::Subtype::Gamepad);
+    zestsim::plug_pad(1, zestsim::Subtype::Wheel);
+    std::size_t pad = 9;
+    ASSERT_EQ(attach(pad), 0u);
+    EXPECT_EQ(pad, 2u);
+    EXPECT_THAT(captured, ElementsAre("info Gamepad: connecting to ViGEm",
+                                      "info Gamepad: attaching ViGEm target",
+                                      "info Gamepad: discovering ViGEm target",
+                                      "info Gamepad: ViGEm target set up "
+                                      "successfully as user 2"));
+    EXPECT_EQ(zestsim::target_report(1).thumb_lx, 0);  // the zero report after the sentinel
+    EXPECT_EQ(backend->gamepad_capabilities(2), GamepadCapabilities(15));
+    EXPECT_STREQ(backend->attribute_info(2, 12).id, "button_guide");
+
+    backend->refresh_gamepads();
+    EXPECT_TRUE(read(2).testFlag(ReadFlag::MetadataChanged));
+    EXPECT_TRUE(state.is_connected);
+    EXPECT_EQ(state.values[12].kind, AttributeValue::Kind::Empty);  // XInput hides the guide
+    EXPECT_EQ(state.values[21].as_motor(), 0.0);
+
+    backend->detach_virtual_gamepad(2);
+    EXPECT_EQ(zestsim::plugged_targets(), 0u);
+    EXPECT_TRUE(read(2).testFlag(ReadFlag::MetadataChanged));
+    EXPECT_EQ(backend->gamepad_capabilities(2), GamepadCapabilities(9));
+    ASSERT_EQ(attach(pad), 0u);
+    ASSERT_EQ(attach(pad), 0u);  // a second attach replaces the first
+    EXPECT_EQ(zestsim::plugged_targets(), 1u);
+}
+
+TEST_F(ViGEmBackendTest, FailuresEndInTheirCodesWithNothingLeftPlugged) {
+    std::size_t pad = 0;
+    zestsim::set_bus_driver(false);
+    EXPECT_EQ(attach(pad), 2u);
+    EXPECT_EQ(captured.back(),
+              "warning Gamepad: could not connect to ViGEm driver - error 0xe0000001");
+    zestsim::set_bus_driver(true);
+    zestsim::refuse_all_serials(true);
+    EXPECT_EQ(attach(pad), 3u);  // connected anew, then refused
+    EXPECT_EQ(captured.back(), "warning Gamepad: could not add ViGEm target - error 0xe0000002");
+    zestsim::refuse_all_serials(false);
+
+    zestsim::set_target_appearance(zestsim::Appearance::Never);
+    QElapsedTimer clock;
+    clock.start();
+    EXPECT_EQ(attach(pad), 1u);
+    EXPECT_GE(clock.elapsed(), 900);  // about a second of discovery
+    EXPECT_EQ(captured.back(), "warning Gamepad: could not discover ViGEm target: timed out");
+    EXPECT_EQ(zestsim::plugged_targets(), 0u);
+    backend->detach_virtual_gamepad(0);  // nothing attached: logged, and nothing else
+    EXPECT_EQ(captured.back(), "warning Gamepad: could not remove ViGEm target - error 0xe0000003");
+    EXPECT_EQ(backend->attach_error_text(0, 1), "VirtualGamepad.ErrorUnknown");
+    EXPECT_EQ(backend->attach_error_text(0, 2), "VirtualGamepad.ErrorNoDriver");
+    EXPECT_EQ(backend->attach_error_text(0, 3), "VirtualGamepad.ErrorNoFreeSlot");
+}
+
+TEST_F(ViGEmBackendTest, ReportsCarryEveryByteAndAxisBitForBit) {
+    GamepadState out{true, std::vector<AttributeValue>(23)};
+    for (int byte = 0; byte < 256; ++byte) {
+        out.values[row_trigger_left] = AttributeValue::make_trigger(byte / trigger_scale);
+        ASSERT_EQ(ViGEmBackend::build_report(out).left_trigger, byte);
+    }
+    for (int axis = -32768; axis < 32768; ++axis) {
+        const auto word = static_cast<std::int16_t>(axis);
+        out.values[row_stick_right] =
+            AttributeValue::make_stick({right_stick_deadzone, 0.0, decode_axis(word)});
+        ASSERT_EQ(ViGEmBackend::build_report(out).thumb_ry, word);
+    }
+    out.values[row_trigger_left] = AttributeValue::make_trigger(0.5);
+    out.values[row_trigger_right] = AttributeValue::make_trigger(std::nan(""));
+    out.values[row_stick_left] = AttributeValue::make_stick({0, 2.0, -0.5});
+    out.values[row_stick_right] = AttributeValue::make_button(true);  // the wrong kind: zero
+    out.values[13] = AttributeValue::make_button(true);
+    out.values[12] = AttributeValue::make_button(true);
+    const BusX360Report r = ViGEmBackend::build_report(out);
+    EXPECT_EQ(std::vector<int>(
+                  {r.buttons, r.left_trigger, r.right_trigger, r.thumb_lx, r.thumb_ly, r.thumb_ry}),
+              std::vector<int>({0x1000 | 0x0400, 127, 0, 32767, -16384, 0}));
+    out.values[row_trigger_right] = AttributeValue();
+    out.values[row_button_right_trigger] = AttributeValue::make_button(true);
+    EXPECT_EQ(ViGEmBackend::build_report(out).right_trigger, 255);  // pressed on its own
+}
+
+TEST_F(ViGEmBackendTest, WritesGoOutOnceAndAFailedOneIsLoggedOnce) {
+    std::size_t pad = 0;
+    ASSERT_EQ(attach(pad), 0u);
+    backend->refresh_gamepads();
+    read(pad);
+    GamepadState out{true, std::vector<AttributeValue>(23)};
+    const std::uint64_t sent = reports();
+    backend->write_gamepad(pad, out);
+    EXPECT_EQ(reports(), sent);  // all zero, as last sent
+    out.values[13] = AttributeValue::make_button(true);
+    backend->write_gamepad(pad, out);
+    backend->write_gamepad(pad, out);
+    EXPECT_EQ(reports(), sent + 1);
+    EXPECT_EQ(zestsim::target_report(1).buttons, 0x1000);
+    read(pad);
+    EXPECT_TRUE(state.values[13].as_button());             // back through XInput
+    EXPECT_EQ(zestsim::calls("XInputSetState", pad), 0u);  // no writer on the motors
+
+    zestsim::deny_reports(true);  // a failed report is logged once and counts as sent
+    out.values[14] = AttributeValue::make_button(true);
+    backend->write_gamepad(pad, out);
+    backend->write_gamepad(pad, out);
+    EXPECT_EQ(reports(), sent + 2);
+    EXPECT_EQ(captured.back(), "warning Gamepad: could not update ViGEM target - error 0xe0000003");
+}
+
+// Rumble reaches the motors, also when it comes before the attach has ended.
+TEST_F(ViGEmBackendTest, RumbleThatComesDuringDiscoveryIsKept) {
+    zestsim::set_driver_delay(200);  // discovery lasts while the other program rumbles
+    std::thread other_program([] {
+        for (int i = 0; i < 2000 && zestsim::target_user(1) < 0; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        XINPUT_VIBRATION motors{0xFF00, 0x0100};
+        XInputSetState(static_cast<DWORD>(zestsim::target_user(1)), &motors);
+    });
+    std::size_t pad = 0;
+    const std::uint32_t result = attach(pad);
+    other_program.join();
+    ASSERT_EQ(result, 0u);
+    read(pad);  // the rumble came well before the attach ended
+    EXPECT_EQ(state.values[21].as_motor(), 1.0);
+    EXPECT_EQ(state.values[22].as_motor(), 257 / 65535.0);
+}
+
+}  // namespace
+}  // namespace gamepad
