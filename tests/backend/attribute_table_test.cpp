@@ -2,10 +2,14 @@
 
 #include <set>
 #include <string>
+#include <thread>
 
 #include "backend/attribute_labels.h"
 #include "backend/attribute_table.h"
 #include "backend/gamepad_names.h"
+#include "hostapi/host_wrappers.h"
+#include "hostapi/translated_text.h"
+#include "support/kit_fixture.h"
 
 namespace gamepad {
 namespace {
@@ -64,6 +68,26 @@ TEST(AttributeTable, LabelAndNameKeysBySubtype) {
             EXPECT_STREQ(attribute_label_key(generic, row), attribute_rows[row].generic_label_key);
     }
     EXPECT_EQ(attribute_label_key(1, attribute_rows.size()), nullptr);
+}
+
+using TranslatedNames = KitTest;
+
+// Pads count from one, the polling thread may build names too, and every string is released.
+TEST_F(TranslatedNames, PadsCountFromOneFromAnyThreadAndEveryStringIsReleased) {
+    plugin_host_handle = hostkit::host_handle();
+    QByteArray from_thread;
+    std::thread worker([&] { from_thread = translated_gamepad_name(4, 2); });
+    EXPECT_EQ(translated_gamepad_name(0, 0), "GenericGamepad.Name.1");
+    worker.join();
+    EXPECT_EQ(from_thread, "FlightStickGamepad.Name.3");
+    EXPECT_EQ(translated_gamepad_name(6, 3), "GuitarGamepad.Name.4");
+
+    ASSERT_TRUE(hostkit::load_translations(ZEST_ENGLISH_TABLE));
+    EXPECT_EQ(translated_gamepad_name(2, 1), "Wheel 2");
+    EXPECT_EQ(translated_text("GenericGamepad.ButtonA"), "A button");
+    hostkit::set_translation("None", std::nullopt);
+    EXPECT_TRUE(translated_text("None").isEmpty());
+    EXPECT_THAT(hostkit::check(), ::testing::IsEmpty());
 }
 
 }  // namespace

@@ -14,12 +14,8 @@
 
 namespace {
 
-using Interface = zestsim::BusInterface;
-
 struct Rumble {
-    std::atomic<int> calls{0};
-    std::atomic<int> large{-1};
-    std::atomic<int> small{-1};
+    std::atomic<int> calls{0}, large{-1}, small{-1};
 };
 
 void on_rumble(BusClient*, BusTarget*, std::uint8_t large, std::uint8_t small, std::uint8_t,
@@ -63,9 +59,9 @@ TEST_F(BusClientTest, ConnectTriesInterfacesInOrderAndReportsTheLastOne) {
     EXPECT_EQ(bus_client_connect(client), BUS_OK);  // a failed connect can be tried again
     EXPECT_EQ(bus_client_connect(client), BUS_ERROR_ALREADY_CONNECTED);
 
-    const Interface works{}, shut{true, false}, old{false, true};
+    const zestsim::BusInterface works{}, shut{true, false}, old{false, true};
     const struct {
-        std::vector<Interface> interfaces;
+        std::vector<zestsim::BusInterface> interfaces;
         BusStatus status;
         std::uint64_t opens;
     } rows[] = {{{shut, works}, BUS_OK, 2},
@@ -144,11 +140,10 @@ TEST_F(BusClientTest, RumbleReachesTheCallbackOfAThreadThatStartedUntilTheTarget
               BUS_ERROR_CALLBACK_REGISTERED);
     EXPECT_EQ(zestsim::calls("CreateThread"), threads + 1);
 
-    const int user = zestsim::target_user(target->serial);
-    ASSERT_EQ(user, 1);
+    ASSERT_EQ(zestsim::target_user(target->serial), 1);
     ASSERT_TRUE(eventually([] { return zestsim::pending_requests() == 2; }));  // output, rumble
     XINPUT_VIBRATION motors{0xFFFF, 0x00FF};
-    XInputSetState(static_cast<DWORD>(user), &motors);
+    XInputSetState(1, &motors);
     ASSERT_TRUE(eventually([&] { return rumble.calls.load() == 1; }));
     EXPECT_EQ(rumble.large.load(), 255);  // large motor first
     EXPECT_EQ(rumble.small.load(), 0);
