@@ -1,5 +1,4 @@
 #include <QElapsedTimer>
-#include <QString>
 
 #include <gmock/gmock.h>
 
@@ -8,82 +7,13 @@
 #include <thread>
 
 #include "backend/attribute_table.h"
-#include "backend/bus/bus_requests.h"
-#include "backend/vigem_backend.h"
-#include "hostapi/host_wrappers.h"
-#include "support/allocation_counter.h"
-#include "support/kit_fixture.h"
-#include "zestsim/zestsim.h"
+#include "backend_fixture.h"
 
 namespace gamepad {
 namespace {
 
 using ::testing::ElementsAre;
 using zestsim::Subtype;
-
-constexpr std::size_t none = static_cast<std::size_t>(-1);
-
-std::vector<std::string> captured;
-
-void capture(QtMsgType type, const QMessageLogContext&, const QString& text) {
-    const char* level = type == QtInfoMsg ? "info " : type == QtWarningMsg ? "warning " : "debug ";
-    captured.push_back(level + text.toStdString());
-}
-
-// The XInput pads and the virtual one on the backend the plug-in makes; its log lines are kept.
-class XInputBackendTest : public KitTest {
-protected:
-    void SetUp() override {
-        KitTest::SetUp();
-        plugin_host_handle = hostkit::host_handle();
-        zestsim::reset();
-        captured.clear();
-        previous_handler = qInstallMessageHandler(capture);
-    }
-    void TearDown() override {
-        backend.reset();  // also with a pad attached: nothing is left behind
-        qInstallMessageHandler(previous_handler);
-        EXPECT_EQ(zestsim::plugged_targets(), 0u);
-        EXPECT_EQ(zestsim::pending_requests(), 0u);
-        KitTest::TearDown();
-    }
-    // A read as the polling thread makes it: values emptied and sized to the present list.
-    ReadFlags read(std::size_t pad) {
-        state.values.clear();
-        state.values.resize(backend->attribute_count(pad));
-        return backend->read_gamepad(pad, state);
-    }
-    void plug(std::size_t pad,
-              const zestsim::Capabilities& caps = zestsim::default_capabilities(Subtype::Gamepad)) {
-        zestsim::plug_pad(pad, caps);
-        backend->refresh_gamepads();
-        read(pad);
-    }
-    std::size_t position_of(std::size_t pad, const char* id) {
-        for (std::size_t p = 0; p < backend->attribute_count(pad); ++p) {
-            if (QByteArray(backend->attribute_info(pad, p).id) == id) return p;
-        }
-        return none;
-    }
-    const AttributeValue& value(std::size_t pad, const char* id) {
-        return state.values.at(position_of(pad, id));
-    }
-    void write_motors(std::size_t pad, AttributeValue large, AttributeValue small) {
-        GamepadState out{true, std::vector<AttributeValue>(backend->attribute_count(pad))};
-        out.values[position_of(pad, "motor_left")] = large;
-        out.values[position_of(pad, "motor_right")] = small;
-        backend->write_gamepad(pad, out);
-    }
-
-    std::uint32_t attach(std::size_t& pad) { return backend->attach_virtual_gamepad(0, pad); }
-    std::uint64_t reports() { return zestsim::ioctl_calls(BUS_IOCTL_SUBMIT_X360_REPORT); }
-
-    std::unique_ptr<ViGEmBackend> backend = std::make_unique<ViGEmBackend>();
-    GamepadState state;
-    QtMessageHandler previous_handler = nullptr;
-};
-
-using ViGEmBackendTest = XInputBackendTest;
 
 // Nothing is polled before a refresh; an empty slot then once per refresh and shows the generic
 // pad, a plugged one every tick with its own list, name and labels.
@@ -194,24 +124,6 @@ TEST_F(XInputBackendTest, MotorsAreClampedAndOnlyChangesAreSent) {
     write_motors(0, AttributeValue{}, AttributeValue{});
     EXPECT_EQ(zestsim::calls("XInputSetState", 0), 4u);
     EXPECT_EQ(speeds().left, 0);
-}
-
-TEST_F(XInputBackendTest, NormalReadsAndWritesAllocateNothing) {
-    if (!testsupport::AllocationCounter::supported()) GTEST_SKIP() << "no counting allocator";
-    plug(1);
-    GamepadState out{true, std::vector<AttributeValue>(backend->attribute_count(1))};
-    out.values[position_of(1, "motor_left")] = AttributeValue::make_motor(1.0);
-    backend->write_gamepad(1, out);  // the machine's counters take their first entries
-    testsupport::AllocationCounter allocations;
-    for (int i = 0; i < 50; ++i) {
-        zestsim::set_triggers(1, static_cast<std::uint8_t>(i), 0);
-        EXPECT_EQ(backend->read_gamepad(1, state), ReadFlags());
-        out.values[position_of(1, "motor_left")] = AttributeValue::make_motor(i / 50.0);
-        backend->write_gamepad(1, out);
-    }
-    EXPECT_EQ(allocations.count(), 0u);
-    EXPECT_EQ(zestsim::calls("XInputSetState", 1), 51u);
-    EXPECT_EQ(value(1, "trigger_left").as_trigger(), 49 / 255.0);
 }
 
 TEST_F(ViGEmBackendTest, AttachFindsTheTargetBehindTheSentinelAndLogsEachStage) {

@@ -5,7 +5,6 @@
 #include <thread>
 
 #include "platform/win32.h"
-#include "zestsim/zestsim_c.h"
 
 namespace {
 
@@ -54,22 +53,6 @@ TEST(SimulatedSync, AThreadHandleIsSignalledWhenItsThreadEnds) {
     EXPECT_EQ(WaitForSingleObject(thread, 0), WAIT_OBJECT_0);  // stays signalled
     EXPECT_TRUE(CloseHandle(thread));
     EXPECT_TRUE(CloseHandle(CreateThread(nullptr, 0, body, nullptr, 0, nullptr)));  // still running
-}
-
-TEST(SimulatedPads, TheCInterfaceDrivesWhatXInputReports) {
-    zestsim_reset();
-    zestsim_plug_pad(3, 6);
-    zestsim_press(3, 0x1000 | 0x0400, 1);
-    XINPUT_STATE state{};
-    ASSERT_EQ(XInputGetState(3, &state), 0u);
-    EXPECT_EQ(state.Gamepad.wButtons, 0x1000);
-    XINPUT_VIBRATION motors{1, 2};
-    XInputSetState(3, &motors);
-    std::uint16_t left = 0, right = 0;
-    zestsim_vibration(3, &left, &right);
-    EXPECT_EQ(right, 2);
-    zestsim_unplug_pad(3);
-    EXPECT_EQ(XInputGetState(3, &state), static_cast<DWORD>(ERROR_DEVICE_NOT_CONNECTED));
 }
 
 }  // namespace
