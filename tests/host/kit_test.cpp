@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
-#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -96,21 +95,6 @@ TEST_F(KitTest, TranslationsAndEveryMisuseOfBuildersAndStrings) {
     hostkit::reset();
     EXPECT_THAT(hostkit::check(), IsEmpty());
 
-    // Two threads translate at once, each getting its own texts.
-    hostkit::set_translation("GenericGamepad.Name.%1", "Gamepad %1");
-    auto check_names = [](int first) {
-        for (int i = first; i < first + 2000; ++i) {
-            ZestTrBuilder builder = zest_plugin_tr_arg(host, "GenericGamepad.Name.%1");
-            zest_tr_int(builder, i);
-            const std::string name = ended(builder) + zest_plugin_tr(host, "None");
-            if (name != "Gamepad " + std::to_string(i) + "None") ADD_FAILURE() << name;
-        }
-    };
-    std::thread other(check_names, 2000);
-    check_names(0);
-    other.join();
-    EXPECT_THAT(hostkit::check(), IsEmpty());
-
     // The English table gives every key a text with the key's markers.
     EXPECT_FALSE(hostkit::load_translations("/nonexistent/en.json"));
     ASSERT_TRUE(hostkit::load_translations(ZEST_ENGLISH_TABLE));
@@ -175,7 +159,6 @@ TEST_F(KitTest, StoresSinksAndTheRegistry) {
     descriptor.id = "io.zestworks.gamepad.pressgamepadbutton";
     descriptor.name = name.c_str();
     descriptor.category = "Actions";
-    descriptor.type_code = [](void*) { return 35; };
     zest_register_node(registry.handle(), &descriptor);
     std::fill(name.begin(), name.end(), '#');
     descriptor.id = "io.zestworks.gamepad.rumblegamepad";
@@ -187,7 +170,6 @@ TEST_F(KitTest, StoresSinksAndTheRegistry) {
     EXPECT_EQ(
         std::tie(first.id, first.name, first.category),
         std::tuple("io.zestworks.gamepad.pressgamepadbutton", "Press Gamepad Button", "Actions"));
-    EXPECT_EQ(first.type_code, descriptor.type_code);
 
     EXPECT_THAT(hostkit::check(),
                 ElementsAre(HasSubstr("zest_store_get_string: \"!attribute\" holds no string"),
@@ -226,7 +208,6 @@ TEST_F(KitTest, PanelPassesRecordTheirControls) {
         EXPECT_EQ(zui_list(handle, "feedgamepad", "Feed", nullptr, labels, values, 2, -1), -1);
         std::fill(long_label.begin(), long_label.end(), '#');
         values[1] = 7;
-        EXPECT_EQ(zui_list(handle, "empty", nullptr, nullptr, nullptr, nullptr, 0, 5), 5);
         EXPECT_TRUE(zui_checkbox(handle, "virtualenabled", "Enabled", true));
         EXPECT_EQ(zui_int(handle, "!count", "Count", 4, 0, 9), 4);
         EXPECT_EQ(zui_float(handle, "!seconds", nullptr, 0.5, 0.001, 1e9), 0.5);
@@ -251,7 +232,7 @@ TEST_F(KitTest, PanelPassesRecordTheirControls) {
     for (const hostkit::Control& control : panel.controls())
         kinds.push_back(control.kind);
     using enum ControlKind;
-    EXPECT_EQ(kinds, (std::vector{Slider, Slider, Slider, List, List, Checkbox, Int, Float, Button,
+    EXPECT_EQ(kinds, (std::vector{Slider, Slider, Slider, List, Checkbox, Int, Float, Button,
                                   Button, Button, StartGroup, Label, EndGroup}));
     const hostkit::Control& strength = *panel.find_key("!strength");
     EXPECT_EQ(std::tie(strength.text, strength.default_value, strength.minimum, strength.maximum,
@@ -260,7 +241,6 @@ TEST_F(KitTest, PanelPassesRecordTheirControls) {
     EXPECT_EQ(panel.find_key("feedgamepad")->entries,
               (std::vector<hostkit::ListEntry>{{"None", -1},
                                                {"Gamepad 1 with a name beyond small strings", 0}}));
-    EXPECT_EQ(panel.find_key("empty")->text, std::nullopt);
 
     panel.run_pass([](ZestPanel handle) {
         EXPECT_FALSE(zui_button(handle, nullptr, "Test"));
