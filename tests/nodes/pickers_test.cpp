@@ -186,8 +186,6 @@ TEST_F(PickersTest, PadListsFollowPurposeDirectionAndCapabilities) {
                   {pick_readable_gamepad, Stick, {0, 1, 2, 5}},
                   {pick_readable_gamepad, Motor, {1, 4}},
                   {pick_writable_gamepad, Button, {1}},
-                  {pick_writable_gamepad, Trigger, {1}},
-                  {pick_writable_gamepad, Stick, {1}},
                   {pick_writable_gamepad, Motor, {0, 1, 3, 5}}};
     for (const auto& offer : offers) {
         EXPECT_EQ(pick_pad(offer.picker, offer.type).values, offer.pads)
