@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -110,10 +111,8 @@ protected:
         panel.run_pass([&](ZestPanel p) { picked.returned = picker(p); });
         EXPECT_EQ(panel.controls().size(), 1u);
         for (const hostkit::Control& list : panel.controls()) {
-            EXPECT_EQ(list.kind, hostkit::ControlKind::List);
-            EXPECT_EQ(list.key, key);
-            EXPECT_EQ(list.text, std::nullopt);
-            EXPECT_EQ(list.default_value, -1);
+            EXPECT_EQ(std::tie(list.kind, list.key, list.text, list.default_value),
+                      std::tuple(hostkit::ControlKind::List, key, std::nullopt, -1));
             for (const hostkit::ListEntry& entry : list.entries) {
                 picked.entries.emplace_back(entry.label, entry.value);
                 picked.values.push_back(entry.value);
@@ -153,14 +152,19 @@ protected:
 // Nothing before the first metadata; then the feed takes pads that read and write, but not the
 // one left out, and the other lists follow the direction and the query's type and capabilities.
 // A stored pad that is gone comes back as it is: Gamepads::gamepad sorts it out. A disconnected
-// virtual pad is labelled disconnected.
-TEST_F(PickersTest, PadListsFollowPurposeDirectionAndCapabilities) {
-    start({pad("alpha", physical, xbox_rows), pad("full", all_caps, xbox_rows),
-           pad("sticks", physical, {stick_left}),
+// virtual pad is labelled disconnected. Attributes are offered by their interned ids; the pick
+// returns the chosen one's position in the pad's metadata. The query's capabilities decide, not
+// the pad's.
+TEST_F(PickersTest, ListsFollowPurposeDirectionAndCapabilitiesAndReturnPositions) {
+    start({pad("alpha", physical,
+               {button_a, trigger_left, stick_left, button_b, motor_large, trigger_left,
+                motor_small, button_x}),
+           pad("full", all_caps, xbox_rows), pad("sticks", physical, {stick_left}),
            pad("mute", GamepadCapability::OutputWrite, {button_a, motor_large}),
            pad("echo", GamepadCapability::InputRead | GamepadCapability::OutputRead,
                {button_a, motor_large}),
            pad("eps", physical, xbox_rows, false)});
+    ASSERT_EQ(intern_attribute_id("elsewhere"), 0);  // another node's, taken first
     EXPECT_THAT(pick_feed(-1).entries, ElementsAre(Entry{"None", -1}));
     EXPECT_THAT(pick_pad(pick_readable_gamepad, Button).entries, IsEmpty());
     EXPECT_THAT(pick_pad(pick_writable_gamepad, Motor).entries, IsEmpty());
@@ -202,16 +206,6 @@ TEST_F(PickersTest, PadListsFollowPurposeDirectionAndCapabilities) {
     ASSERT_EQ(pads->virtual_gamepad_index(), 1);
     EXPECT_THAT(pick_pad(pick_writable_gamepad, Button).entries,
                 ElementsAre(Entry{"full (disconnected)", 1}));
-}
-
-// Attributes are offered by their interned ids; the pick returns the chosen one's position in the
-// pad's metadata. The query's capabilities decide, not the pad's.
-TEST_F(PickersTest, AttributeListsFollowTheQueryAndReturnPositions) {
-    start({pad("alpha", physical,
-               {button_a, trigger_left, stick_left, button_b, motor_large, trigger_left,
-                motor_small, button_x})});
-    ASSERT_EQ(intern_attribute_id("elsewhere"), 0);  // another node's, taken first
-    step();
 
     EXPECT_THAT(pick_attribute(pick_readable_attribute, Button, physical, -1).entries,
                 ElementsAre(Entry{"label button_a", 1}, Entry{"label button_b", 2},
