@@ -14,6 +14,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
+using ::testing::Key;
 using Pad = zestsim::PadState;
 
 constexpr std::uint32_t virtual_serial = 1;
@@ -153,7 +154,9 @@ TEST_F(ActionNodeTest, NoiseTypesMoveTheTargetWhileTheyRun) {
             EndsWith("|  Frequency: 100 (0 to 200, step 10)|  Amplitude: " +
                      std::to_string(test.amplitude) +
                      " (0 to 100, step 5)|  Duration (seconds): 5 (0.001 to inf)|  [Test]|"));
-        EXPECT_EQ(keys(node->panel), "!gamepad|!attribute|!frequency|!amplitude|!seconds|");
+        EXPECT_THAT(node->store.values(),
+                    ElementsAre(Key("!amplitude"), Key("!attribute"), Key("!frequency"),
+                                Key("!gamepad"), Key("!seconds")));
         node->store.set("!frequency", 200);
         node->build();
         fire(*node);
