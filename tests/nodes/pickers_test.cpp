@@ -166,7 +166,6 @@ TEST_F(PickersTest, ListsFollowPurposeDirectionAndCapabilitiesAndReturnPositions
            pad("eps", physical, xbox_rows, false)});
     ASSERT_EQ(intern_attribute_id("elsewhere"), 0);  // another node's, taken first
     EXPECT_THAT(pick_feed(-1).entries, ElementsAre(Entry{"None", -1}));
-    EXPECT_THAT(pick_pad(pick_readable_gamepad, Button).entries, IsEmpty());
     EXPECT_THAT(pick_pad(pick_writable_gamepad, Motor).entries, IsEmpty());
     for (AttributePicker picker : {pick_readable_attribute, pick_writable_attribute}) {
         const Picked early = pick_attribute(picker, Button, all_caps, 0);

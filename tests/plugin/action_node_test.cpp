@@ -196,10 +196,8 @@ TEST_F(ActionNodeTest, LaterFiringsReplaceEarlierOnesStopsEndThemAndOddStoresHol
 
     click(*node, "Test");
     ASSERT_TRUE(eventually([] { return shown().buttons == button_b; }));
-    EXPECT_EQ(node->display_name(), "Press B button (Gamepad 2)");
     select_attribute(*node, virtual_pad, "A button");
     ASSERT_TRUE(eventually([] { return shown().buttons == 0; }));
-    EXPECT_EQ(node->display_name(), "Press A button (Gamepad 2)");
     EXPECT_EQ(node->panel.controls().back().text, "Stop test");  // the test timer runs on
 
     fire(*node);

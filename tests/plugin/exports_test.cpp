@@ -18,11 +18,6 @@ std::set<std::string> words(const std::string& text) {
     return {std::istream_iterator<std::string>(stream), {}};
 }
 
-std::vector<char> file_bytes(const char* path) {
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 // The words a shell command prints.
 std::set<std::string> output_words(const std::string& command) {
     std::set<std::string> found;
@@ -65,7 +60,8 @@ TEST_F(PluginTest, DescribesItselfWithItsIconAndRegistersTheNineTypesInOrder) {
 
     ASSERT_NE(info.icon, nullptr);
     EXPECT_EQ(info.icon->kind, 0u);
-    const std::vector<char> png = file_bytes(ZEST_ICON_PATH);
+    std::ifstream icon_file(ZEST_ICON_PATH, std::ios::binary);
+    const std::vector<char> png{std::istreambuf_iterator<char>(icon_file), {}};
     EXPECT_EQ(std::vector<char>(info.icon->data, info.icon->data + info.icon->size), png);
     // A 32 by 32 image with 8 bits for each of red, green, blue and alpha.
     EXPECT_EQ(std::string(png.data() + 12, 14),
