@@ -50,7 +50,9 @@ constexpr AttributeInfo trigger_left{"trigger_left", Trigger, Input};
 constexpr AttributeInfo stick_left{"stick_left", Stick, Input};
 constexpr AttributeInfo motor_large{"motor_large", Motor, Output};
 constexpr AttributeInfo motor_small{"motor_small", Motor, Output};
-const std::vector<AttributeInfo> xbox_rows{button_a, trigger_left, stick_left, motor_large};
+// Every type, a trigger twice and the buttons apart, so that ids and positions differ.
+const std::vector<AttributeInfo> all_rows{button_a,    trigger_left, stick_left,  button_b,
+                                          motor_large, trigger_left, motor_small, button_x};
 
 ScriptedPad pad(const char* name, GamepadCapabilities capabilities, std::vector<AttributeInfo> rows,
                 bool connected = true) {
@@ -156,14 +158,12 @@ protected:
 // returns the chosen one's position in the pad's metadata. The query's capabilities decide, not
 // the pad's.
 TEST_F(PickersTest, ListsFollowPurposeDirectionAndCapabilitiesAndReturnPositions) {
-    start({pad("alpha", physical,
-               {button_a, trigger_left, stick_left, button_b, motor_large, trigger_left,
-                motor_small, button_x}),
-           pad("full", all_caps, xbox_rows), pad("sticks", physical, {stick_left}),
+    start({pad("alpha", physical, all_rows), pad("full", all_caps, all_rows),
+           pad("sticks", physical, {stick_left}),
            pad("mute", GamepadCapability::OutputWrite, {button_a, motor_large}),
            pad("echo", GamepadCapability::InputRead | GamepadCapability::OutputRead,
                {button_a, motor_large}),
-           pad("eps", physical, xbox_rows, false)});
+           pad("eps", physical, all_rows, false)});
     ASSERT_EQ(intern_attribute_id("elsewhere"), 0);  // another node's, taken first
     EXPECT_THAT(pick_feed(-1).entries, ElementsAre(Entry{"None", -1}));
     EXPECT_THAT(pick_pad(pick_writable_gamepad, Motor).entries, IsEmpty());
