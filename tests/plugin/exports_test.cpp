@@ -97,10 +97,28 @@ TEST_F(PluginTest, DescribesItselfWithItsIconAndRegistersTheNineTypesInOrder) {
     first.destroy(nullptr);
 }
 
+// Loading gives each attribute name an id in order of first sight, names no pad has too, and
+// saving gives the name back. Anything else stays: ids the table lacks, other types, other keys.
 // Loading is registration only: the polling thread comes with the first node, and unloading
 // leaves no thread behind. Unload is harmless when there is nothing to unload, and the plug-in
-// can be described and loaded again afterwards.
-TEST_F(PluginTest, StartsThreadsOnlyForNodesAndLeavesNoneAfterUnload) {
+// can be described and loaded again afterwards, with a fresh table.
+TEST_F(PluginTest, StoreHooksTurnNamesIntoIdsAndUnloadingLeavesNoThreadAndAFreshTable) {
+    const hostkit::RegisteredNodeType& hooks = registry.types().front();
+    const std::vector<std::pair<hostkit::Store::Value, hostkit::Store::Value>> saved_and_loaded{
+        {"button_a", 0}, {"button_turbo", 1}, {"button_a", 0}, {-1, -1},
+        {2, 2},          {1000, 1000},        {2.5, 2.5}};
+    for (const auto& [saved, loaded] : saved_and_loaded) {
+        hostkit::Store store;
+        store.set("!attribute", saved);
+        store.set("!gamepad", "button_a");
+        hooks.after_load(nullptr, store.handle());
+        EXPECT_EQ(store.values().at("!attribute"), loaded);
+        hooks.before_save(nullptr, store.handle());
+        EXPECT_EQ(store.values().at("!attribute"), saved);
+        EXPECT_EQ(store.values().at("!gamepad"), hostkit::Store::Value("button_a"));
+        EXPECT_EQ(store.values().size(), 2u);
+    }
+
     const int threads = thread_count();
     EXPECT_EQ(zestsim::calls("XInputGetState"), 0u);
 
@@ -121,30 +139,10 @@ TEST_F(PluginTest, StartsThreadsOnlyForNodesAndLeavesNoneAfterUnload) {
     EXPECT_EQ(second.types().size(), registry.types().size());
     EXPECT_EQ(fresh.icon->size, 493);
     hostkit::Store store;
-    store.set("!attribute", std::string("motor_left"));
+    store.set("!attribute", "motor_left");
     second.types()[0].after_load(nullptr, store.handle());
     EXPECT_EQ(store.get<std::int32_t>("!attribute"), 0);  // a fresh table counts from 0 again
     EXPECT_EQ(thread_count(), threads);
-}
-
-// Loading gives each attribute name an id in order of first sight, names no pad has too, and
-// saving gives the name back. Anything else stays: ids the table lacks, other types, other keys.
-TEST_F(PluginTest, StoreHooksTurnAttributeNamesIntoIdsAndBack) {
-    const hostkit::RegisteredNodeType& hooks = registry.types().front();
-    const std::vector<std::pair<hostkit::Store::Value, hostkit::Store::Value>> saved_and_loaded{
-        {"button_a", 0}, {"button_turbo", 1}, {"button_a", 0}, {-1, -1},
-        {2, 2},          {1000, 1000},        {2.5, 2.5}};
-    for (const auto& [saved, loaded] : saved_and_loaded) {
-        hostkit::Store store;
-        store.set("!attribute", saved);
-        store.set("!gamepad", "button_a");
-        hooks.after_load(nullptr, store.handle());
-        EXPECT_EQ(store.values().at("!attribute"), loaded);
-        hooks.before_save(nullptr, store.handle());
-        EXPECT_EQ(store.values().at("!attribute"), saved);
-        EXPECT_EQ(store.values().at("!gamepad"), hostkit::Store::Value("button_a"));
-        EXPECT_EQ(store.values().size(), 2u);
-    }
 }
 
 }  // namespace
