@@ -195,8 +195,6 @@ TEST_F(PickersTest, ListsFollowPurposeDirectionAndCapabilitiesAndReturnPositions
             << (offer.picker == pick_readable_gamepad ? "readable " : "writable ")
             << static_cast<int>(offer.type);
     }
-    panel.script_value("feedgamepad", 7);
-    EXPECT_EQ(pick_feed(-1).returned, 7);
     panel.script_value("!gamepad", 9);
     EXPECT_EQ(pick_pad(pick_writable_gamepad, Motor).returned, 9);
 

