@@ -3,7 +3,6 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "hostapi/host_api.h"
 #include "kit/node.h"

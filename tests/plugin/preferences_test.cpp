@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <string>
 #include <tuple>
-#include <vector>
 
 #include "kit/kit.h"
 #include "platform/win32.h"
