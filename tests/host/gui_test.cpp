@@ -45,17 +45,16 @@ TEST_F(ZesthostTest, TheWindowDrivesTheVirtualPadAndTheGraph) {
     auto until = [&](const std::function<bool()>& done) {
         return session->run_until([&] { return (window.refresh(), done()); }, 5000);
     };
-    // Picks `text` in the shown list `name` once the list offers it; null if it never does.
-    auto choose = [&](const char* name, const char* text) -> QComboBox* {
+    // Picks `text` in the shown list `name` once the list offers it; false if it never does.
+    auto choose = [&](const char* name, const char* text) {
         const QString wanted = QString::fromUtf8(text);
         QComboBox* list = nullptr;
-        if (!until([&] {
-                list = shown<QComboBox>(window, name);
-                return list != nullptr && list->findText(wanted) >= 0;
-            }))
-            return nullptr;
-        list->setCurrentIndex(list->findText(wanted));
-        return list;
+        const bool offered = until([&] {
+            list = shown<QComboBox>(window, name);
+            return list != nullptr && list->findText(wanted) >= 0;
+        });
+        if (offered) list->setCurrentIndex(list->findText(wanted));
+        return offered;
     };
 
     auto* pad = shown<QWidget>(window, "pad0");
@@ -65,7 +64,7 @@ TEST_F(ZesthostTest, TheWindowDrivesTheVirtualPadAndTheGraph) {
     EXPECT_EQ(std::tuple(rate->minimum(), rate->maximum(), rate->value()),
               std::tuple(1, 1000, 240));
     click_box(shown<QCheckBox>(window, "virtualenabled"));
-    ASSERT_NE(choose("feedgamepad", "Gamepad 1"), nullptr);
+    ASSERT_TRUE(choose("feedgamepad", "Gamepad 1"));
     auto* a = shown<QPushButton>(*pad, "a");
     QTest::mousePress(a, Qt::LeftButton);
     ASSERT_TRUE(until([] { return virtual_shows(button_a); }));
@@ -81,14 +80,14 @@ TEST_F(ZesthostTest, TheWindowDrivesTheVirtualPadAndTheGraph) {
     const GraphNode& on_a = *session->graph().find("on_a");
     EXPECT_TRUE(nodes->item(0)->text().startsWith(
         QString::fromStdString("on_a: " + on_a.display_name() + " \u2192 hold_b")));
-    ASSERT_NE(choose("types", "Rumble Gamepad"), nullptr);
+    ASSERT_TRUE(choose("types", "Rumble Gamepad"));
     QTest::mouseClick(shown<QPushButton>(window, "add"), Qt::LeftButton);
     GraphNode* added = session->graph().find("rumblegamepad1");
     ASSERT_NE(added, nullptr);
-    ASSERT_NE(choose("!gamepad", "Gamepad 1"), nullptr);
-    ASSERT_NE(choose("!attribute", "Small motor"), nullptr);
+    ASSERT_TRUE(choose("!gamepad", "Gamepad 1"));
+    ASSERT_TRUE(choose("!attribute", "Small motor"));
     nodes->setCurrentRow(0);
-    ASSERT_NE(choose("targets", "rumblegamepad1"), nullptr);
+    ASSERT_TRUE(choose("targets", "rumblegamepad1"));
     QTest::mouseClick(shown<QPushButton>(window, "connect"), Qt::LeftButton);
     EXPECT_EQ(on_a.children.back(), added);
     click_box(shown<QCheckBox>(window, "bypassed"));

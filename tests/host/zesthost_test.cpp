@@ -17,8 +17,6 @@ using ::testing::ThrowsMessage;
 TEST_F(ZesthostTest, GraphFilesRoundTripAndBadOnesAreClearErrorsThatLoadNothing) {
     session->load(ZEST_EXAMPLES "/demo.graph.json");
     ASSERT_EQ(session->graph().nodes().size(), 3u);
-    EXPECT_TRUE(std::holds_alternative<std::int32_t>(
-        session->graph().find("hold_b")->store.values().at("!attribute")));
     session->graph().find("rumble")->store.set("!seconds", std::numeric_limits<double>::infinity());
     session->save(path("first.json"));
     session->load(path("first.json"));

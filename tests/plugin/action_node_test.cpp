@@ -14,7 +14,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
-using ::testing::SizeIs;
+using ::testing::Key;
 using Pad = zestsim::PadState;
 
 constexpr std::uint32_t virtual_serial = 1;
@@ -49,15 +49,6 @@ protected:
         ASSERT_TRUE(await_pad_list(*probe, 1));
     }
 
-    // A node with a pad and an attribute chosen and a duration set, ready to fire.
-    std::unique_ptr<HostNode> ready(const char* type, int pad, const std::string& attribute,
-                                    double seconds) {
-        auto node = make_node(type);
-        node->store.set("!seconds", seconds);
-        select_attribute(*node, pad, attribute);
-        return node;
-    }
-
     static void fire(HostNode& node) { node.receive(hostkit::create_event()); }
     static void click(HostNode& node, const std::string& button) {
         node.panel.script_click(button);
@@ -78,8 +69,7 @@ TEST_F(ActionNodeTest, ConstantTypesNeedTheirPadAndHoldTheirValueUntilTheDeadlin
         EXPECT_THAT(panel_lines(node->panel), ElementsAre("    Disabled")) << type;
     }
     auto rumble = make_node("rumblegamepad");
-    ASSERT_TRUE(await_pad_list(*rumble, 4));  // every pad has motors
-    EXPECT_THAT(panel_lines(rumble->panel), SizeIs(5));
+    EXPECT_TRUE(await_pad_list(*rumble, 4));  // every pad has motors
     connect_virtual_pad();
     auto press = make_node("pressgamepadbutton");
     press->build();  // only the virtual pad, and no attribute list before a pad is chosen
@@ -91,25 +81,19 @@ TEST_F(ActionNodeTest, ConstantTypesNeedTheirPadAndHoldTheirValueUntilTheDeadlin
         int pad;
         const char* attribute;
         const char* panel_end;
-        std::function<void(hostkit::Store&)> set;
+        int strength;
         std::function<bool()> holds;
     } cases[] = {
-        {"pressgamepadbutton", virtual_pad, "B button", "    ( ) Y button|", [](hostkit::Store&) {},
+        {"pressgamepadbutton", virtual_pad, "B button", "    ( ) Y button|", 0,
          [] { return shown().buttons == button_b; }},
         {"pressgamepadtrigger", virtual_pad, "Right trigger",
-         "    (*) Right trigger|  Strength: 100 (0 to 100, step 5)|",
-         [](hostkit::Store& store) { store.set("!strength", 50); },
+         "    (*) Right trigger|  Strength: 100 (0 to 100, step 5)|", 50,
          [] { return shown().right_trigger == 127; }},
         {"movegamepadstick", virtual_pad, "Left stick",
-         "    ( ) Right stick|  X: 0 (-100 to 100, step 10)|  Y: 0 (-100 to 100, step 10)|",
-         [](hostkit::Store& store) {
-             store.set("!x", 100);
-             store.set("!y", -50);
-         },
+         "    ( ) Right stick|  X: 0 (-100 to 100, step 10)|  Y: 0 (-100 to 100, step 10)|", 0,
          [] { return shown().thumb_lx == 32767 && shown().thumb_ly == -16384; }},
         {"rumblegamepad", physical_pad, "Large motor",
-         "    ( ) Small motor|  Strength: 100 (0 to 100, step 5)|",
-         [](hostkit::Store& store) { store.set("!strength", 40); },
+         "    ( ) Small motor|  Strength: 100 (0 to 100, step 5)|", 40,
          [] { return zestsim::vibration(physical_pad).left == 26214; }},
     };
     for (const auto& test : cases) {
@@ -119,15 +103,15 @@ TEST_F(ActionNodeTest, ConstantTypesNeedTheirPadAndHoldTheirValueUntilTheDeadlin
         EXPECT_THAT(joined_lines(node->panel),
                     EndsWith(std::string(test.panel_end) +
                              "  Duration (seconds): 0.5 (0.001 to inf)|  [Test]|"));
-        test.set(node->store);
+        node->store.set("!strength", test.strength);  // keys a type lacks stay unread
+        node->store.set("!x", 100);
+        node->store.set("!y", -50);
         node->store.set("!seconds", 0.2);
         node->build();
         fire(*node);
-        EXPECT_EQ(node->passed_on(), 1u);
         EXPECT_TRUE(eventually(test.holds));
         EXPECT_TRUE(eventually([&] { return !test.holds(); }));
     }
-    EXPECT_EQ(hostkit::live_event_count(), 0u);
 }
 
 // Noise types show their rate and strength, with a faster default for buttons, and keep the
@@ -155,7 +139,9 @@ TEST_F(ActionNodeTest, NoiseTypesMoveTheTargetWhileTheyRun) {
             EndsWith("|  Frequency: 100 (0 to 200, step 10)|  Amplitude: " +
                      std::to_string(test.amplitude) +
                      " (0 to 100, step 5)|  Duration (seconds): 5 (0.001 to inf)|  [Test]|"));
-        EXPECT_EQ(keys(node->panel), "!gamepad|!attribute|!frequency|!amplitude|!seconds|");
+        EXPECT_THAT(node->store.values(),
+                    ElementsAre(Key("!amplitude"), Key("!attribute"), Key("!frequency"),
+                                Key("!gamepad"), Key("!seconds")));
         node->store.set("!frequency", 200);
         node->build();
         fire(*node);
@@ -164,18 +150,22 @@ TEST_F(ActionNodeTest, NoiseTypesMoveTheTargetWhileTheyRun) {
             seen.insert(test.sample());
             return seen.size() >= test.distinct;
         }));
-        node->panel.script_value("!attribute", -1);  // a change of selection ends it at once
-        node->build();
     }
 }
 
 // Overrides belong to the attribute: a second firing replaces the first, whoever began it, and
-// StopTest or a change of selection ends it at once. With the virtual pad down the node lets its
+// StopTest or a change of selection ends it at once. Beyond the 32-bit milliseconds the hold and
+// the test timer last about 24.8 days. With the virtual pad down the node lets its
 // selection go, and takes it back from the untouched store when the pad is connected again.
-TEST_F(ActionNodeTest, LaterFiringsReplaceEarlierOnesStopsEndThemAndTheSelectionWaitsForThePad) {
+// Odd stores never hold anything.
+TEST_F(ActionNodeTest, LaterFiringsReplaceEarlierOnesStopsEndThemAndOddStoresHoldNothing) {
     connect_virtual_pad();
-    auto node = ready("pressgamepadbutton", virtual_pad, "B button", 60.0);
-    auto short_press = ready("pressgamepadbutton", virtual_pad, "B button", 0.05);
+    auto node = make_node("pressgamepadbutton");
+    auto short_press = make_node("pressgamepadbutton");
+    node->store.set("!seconds", 1e12);
+    short_press->store.set("!seconds", 0.05);
+    select_attribute(*node, virtual_pad, "B button");
+    select_attribute(*short_press, virtual_pad, "B button");
     fire(*node);
     ASSERT_TRUE(eventually([] { return shown().buttons == button_b; }));
     fire(*short_press);
@@ -193,10 +183,8 @@ TEST_F(ActionNodeTest, LaterFiringsReplaceEarlierOnesStopsEndThemAndTheSelection
 
     click(*node, "Test");
     ASSERT_TRUE(eventually([] { return shown().buttons == button_b; }));
-    EXPECT_EQ(node->display_name(), "Press B button (Gamepad 2)");
     select_attribute(*node, virtual_pad, "A button");
     ASSERT_TRUE(eventually([] { return shown().buttons == 0; }));
-    EXPECT_EQ(node->display_name(), "Press A button (Gamepad 2)");
     EXPECT_EQ(node->panel.controls().back().text, "Stop test");  // the test timer runs on
 
     fire(*node);
@@ -207,7 +195,6 @@ TEST_F(ActionNodeTest, LaterFiringsReplaceEarlierOnesStopsEndThemAndTheSelection
     EXPECT_THAT(panel_lines(node->panel), ElementsAre("    Disabled"));
     EXPECT_EQ(node->display_name(), "Press Gamepad Button");
     fire(*node);  // nothing to fire on
-    EXPECT_EQ(node->store.get<std::int32_t>("!gamepad"), virtual_pad);
     EXPECT_EQ(node->store.values().at("!attribute"), attribute);
 
     ASSERT_TRUE(switch_virtual_pad(true));
@@ -215,20 +202,19 @@ TEST_F(ActionNodeTest, LaterFiringsReplaceEarlierOnesStopsEndThemAndTheSelection
     EXPECT_EQ(node->display_name(), "Press A button (Gamepad 2)");
     fire(*node);
     EXPECT_TRUE(eventually([] { return shown().buttons == button_a; }));
-}
 
-// Durations from odd stores: beyond the 32-bit milliseconds the hold and the test timer last
-// about 24.8 days; negative or not a number, no time at all. Selections no list has fire
-// nothing, and the event goes on all the same.
-TEST_F(ActionNodeTest, OddDurationsAndSelectionsStaySane) {
-    connect_virtual_pad();
-    auto node = ready("pressgamepadbutton", virtual_pad, "B button", 1e12);
-    click(*node, "Test");
-    ASSERT_TRUE(eventually([] { return shown().buttons == button_b; }));
-    node->build();
-    click(*node, "Stop test");
-    ASSERT_TRUE(eventually([] { return shown().buttons == 0; }));
-
+    // Selections no list has fire nothing, and the event goes on all the same.
+    for (const auto& [pad, id] : std::vector<std::pair<int, int>>{{9, 0}, {1, 12345}}) {
+        node->store.set("!gamepad", pad);
+        node->store.set("!attribute", id);
+        node->build();
+        EXPECT_EQ(node->display_name(), "Press Gamepad Button");
+        fire(*node);
+    }
+    EXPECT_TRUE(eventually([] { return shown().buttons == 0; }));
+    // Durations negative or not a number last no time at all.
+    node->store.set("!gamepad", virtual_pad);
+    node->store.set("!attribute", attribute);
     for (double seconds : {-1.0, std::numeric_limits<double>::quiet_NaN()}) {
         node->store.set("!seconds", seconds);
         node->build();
@@ -237,19 +223,7 @@ TEST_F(ActionNodeTest, OddDurationsAndSelectionsStaySane) {
         await_reads(virtual_pad);
         EXPECT_EQ(shown().buttons, 0);
     }
-
-    for (const auto& [pad, attribute] : std::vector<std::pair<int, int>>{{9, 0}, {1, 12345}}) {
-        node->store.set("!gamepad", pad);
-        node->store.set("!attribute", attribute);
-        node->store.set("!seconds", 60.0);
-        node->build();
-        EXPECT_EQ(node->display_name(), "Press Gamepad Button");
-        fire(*node);
-    }
-    await_reads(virtual_pad);
-    await_reads(virtual_pad);
-    EXPECT_EQ(shown().buttons, 0);
-    EXPECT_EQ(node->passed_on(), 4u);
+    EXPECT_EQ(node->passed_on(), 8u);
     EXPECT_EQ(hostkit::live_event_count(), 0u);
 }
 

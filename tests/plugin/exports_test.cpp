@@ -18,11 +18,6 @@ std::set<std::string> words(const std::string& text) {
     return {std::istream_iterator<std::string>(stream), {}};
 }
 
-std::vector<char> file_bytes(const char* path) {
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 // The words a shell command prints.
 std::set<std::string> output_words(const std::string& command) {
     std::set<std::string> found;
@@ -38,30 +33,21 @@ std::set<std::string> output_words(const std::string& command) {
 // the program that loads it and the device functions from the machine's library.
 TEST(PluginLibrary, ExportsTheEntryPointsOnlyAndImportsHostAndDeviceFunctionsByName) {
     const std::string library = std::string("'") + ZEST_PLUGIN_PATH + "'";
-    const std::set<std::string> imported = output_words("nm -D -j --undefined-only " + library);
     EXPECT_EQ(output_words("nm -D -j --defined-only " + library),
               words("zplugin_sdk_version zplugin_set_handle zplugin_get_info zplugin_load "
                     "zplugin_unload zplugin_build_preferences zplugin_confirm_preferences "
                     "zplugin_migrate_load_preferences"));
-    EXPECT_EQ(output_words("nm -D -j --undefined-only " + library + " | grep -E '^(zest|zui)_'"),
-              words("zest_plugin_tr zest_plugin_tr_arg zest_tr_str zest_tr_int zest_tr_end "
-                    "zest_tr_end_str zest_string_destroy zest_store_has_int zest_store_get_int "
-                    "zest_store_set_int zest_store_has_string zest_store_get_string "
-                    "zest_store_set_string zest_event_create zest_event_post zest_event_destroy "
-                    "zest_node_child_sink zest_node_parent_sink zest_node_invalidate_name "
-                    "zest_node_invalidate_properties zest_plugin_invalidate_preferences "
-                    "zest_register_node zui_start_group zui_end_group zui_label zui_button "
-                    "zui_checkbox zui_int zui_slider zui_float zui_list"));
-    const std::set<std::string> device = words(
-        "XInputGetState XInputSetState XInputGetCapabilities SetupDiGetClassDevsA "
-        "DeviceIoControl CreateThread");
-    EXPECT_TRUE(std::includes(imported.begin(), imported.end(), device.begin(), device.end()));
+    // A few host functions and device functions stand for the rest.
+    const std::set<std::string> named = words(
+        "zest_plugin_tr zest_register_node zui_list XInputGetState XInputSetState "
+        "XInputGetCapabilities SetupDiGetClassDevsA DeviceIoControl CreateThread");
+    EXPECT_TRUE(std::ranges::includes(output_words("nm -D -j --undefined-only " + library), named));
     const std::set<std::string> needed = output_words("objdump -p " + library + " | grep NEEDED");
     EXPECT_TRUE(needed.contains("libzestsim.so"));
     EXPECT_FALSE(needed.contains("libzesthostkit.so"));
 }
 
-TEST_F(PluginTest, DescribesItselfWithItsIcon) {
+TEST_F(PluginTest, DescribesItselfWithItsIconAndRegistersTheNineTypesInOrder) {
     EXPECT_EQ(plugin().sdk_version(), 1);
     EXPECT_STREQ(info.id, "io.zestworks.gamepad");
     EXPECT_STREQ(info.name, zest_plugin_tr(hostkit::host_handle(), "Name"));
@@ -73,8 +59,8 @@ TEST_F(PluginTest, DescribesItselfWithItsIcon) {
 
     ASSERT_NE(info.icon, nullptr);
     EXPECT_EQ(info.icon->kind, 0u);
-    const std::vector<char> png = file_bytes(ZEST_ICON_PATH);
-    ASSERT_EQ(info.icon->size, 493);
+    std::ifstream icon_file(ZEST_ICON_PATH, std::ios::binary);
+    const std::vector<char> png{std::istreambuf_iterator<char>(icon_file), {}};
     EXPECT_EQ(std::vector<char>(info.icon->data, info.icon->data + info.icon->size), png);
     // A 32 by 32 image with 8 bits for each of red, green, blue and alpha.
     EXPECT_EQ(std::string(png.data() + 12, 14),
@@ -83,9 +69,7 @@ TEST_F(PluginTest, DescribesItselfWithItsIcon) {
     PluginInfo again{};
     plugin().get_info(&again);  // a second description keeps the state and its icon
     EXPECT_EQ(again.icon, info.icon);
-}
 
-TEST_F(PluginTest, RegistersTheNineTypesInOrderWithSharedCallbacks) {
     const std::vector<std::vector<std::string>> table{
         {"onbuttonpress", "On Gamepad Button Press", "Gamepad Events"},
         {"onbuttonrelease", "On Gamepad Button Release", "Gamepad Events"},
@@ -112,10 +96,28 @@ TEST_F(PluginTest, RegistersTheNineTypesInOrderWithSharedCallbacks) {
     first.destroy(nullptr);
 }
 
+// Loading gives each attribute name an id in order of first sight, names no pad has too, and
+// saving gives the name back. Anything else stays: ids the table lacks, other types, other keys.
 // Loading is registration only: the polling thread comes with the first node, and unloading
 // leaves no thread behind. Unload is harmless when there is nothing to unload, and the plug-in
-// can be described and loaded again afterwards.
-TEST_F(PluginTest, StartsThreadsOnlyForNodesAndLeavesNoneAfterUnload) {
+// can be described and loaded again afterwards, with a fresh table.
+TEST_F(PluginTest, StoreHooksTurnNamesIntoIdsAndUnloadingLeavesNoThreadAndAFreshTable) {
+    const hostkit::RegisteredNodeType& hooks = registry.types().front();
+    const std::vector<std::pair<hostkit::Store::Value, hostkit::Store::Value>> saved_and_loaded{
+        {"button_a", 0}, {"button_turbo", 1}, {"button_a", 0}, {-1, -1},
+        {2, 2},          {1000, 1000},        {2.5, 2.5}};
+    for (const auto& [saved, loaded] : saved_and_loaded) {
+        hostkit::Store store;
+        store.set("!attribute", saved);
+        store.set("!gamepad", "button_a");
+        hooks.after_load(nullptr, store.handle());
+        EXPECT_EQ(store.values().at("!attribute"), loaded);
+        hooks.before_save(nullptr, store.handle());
+        EXPECT_EQ(store.values().at("!attribute"), saved);
+        EXPECT_EQ(store.values().at("!gamepad"), hostkit::Store::Value("button_a"));
+        EXPECT_EQ(store.values().size(), 2u);
+    }
+
     const int threads = thread_count();
     EXPECT_EQ(zestsim::calls("XInputGetState"), 0u);
 
@@ -136,30 +138,10 @@ TEST_F(PluginTest, StartsThreadsOnlyForNodesAndLeavesNoneAfterUnload) {
     EXPECT_EQ(second.types().size(), registry.types().size());
     EXPECT_EQ(fresh.icon->size, 493);
     hostkit::Store store;
-    store.set("!attribute", std::string("motor_left"));
+    store.set("!attribute", "motor_left");
     second.types()[0].after_load(nullptr, store.handle());
     EXPECT_EQ(store.get<std::int32_t>("!attribute"), 0);  // a fresh table counts from 0 again
     EXPECT_EQ(thread_count(), threads);
-}
-
-// Loading gives each attribute name an id in order of first sight, names no pad has too, and
-// saving gives the name back. Anything else stays: ids the table lacks, other types, other keys.
-TEST_F(PluginTest, StoreHooksTurnAttributeNamesIntoIdsAndBack) {
-    const hostkit::RegisteredNodeType& hooks = registry.types().front();
-    const std::vector<std::pair<hostkit::Store::Value, hostkit::Store::Value>> saved_and_loaded{
-        {"button_a", 0}, {"button_turbo", 1}, {"button_a", 0}, {-1, -1},
-        {2, 2},          {1000, 1000},        {2.5, 2.5}};
-    for (const auto& [saved, loaded] : saved_and_loaded) {
-        hostkit::Store store;
-        store.set("!attribute", saved);
-        store.set("!gamepad", "button_a");
-        hooks.after_load(nullptr, store.handle());
-        EXPECT_EQ(store.values().at("!attribute"), loaded);
-        hooks.before_save(nullptr, store.handle());
-        EXPECT_EQ(store.values().at("!attribute"), saved);
-        EXPECT_EQ(store.values().at("!gamepad"), hostkit::Store::Value("button_a"));
-        EXPECT_EQ(store.values().size(), 2u);
-    }
 }
 
 }  // namespace

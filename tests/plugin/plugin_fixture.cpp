@@ -86,14 +86,6 @@ void PluginTest::await_reads(std::size_t pad, bool held) {
         eventually([&] { return zestsim::calls("XInputGetState", pad) >= before + 2; }, held));
 }
 
-std::string PluginTest::keys(const hostkit::Panel& panel) {
-    std::string joined;
-    for (const hostkit::Control& control : panel.controls()) {
-        if (control.key) joined += *control.key + '|';
-    }
-    return joined;
-}
-
 int thread_count() {
     // ThreadSanitizer starts a thread of its own with the first thread of the process; one
     // started and ended here keeps that thread out of what is counted.

@@ -3,7 +3,6 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "hostapi/host_api.h"
 #include "kit/node.h"
@@ -46,8 +45,6 @@ protected:
     static bool await_pad_list(HostNode& node, std::size_t pads);
     // Lets the polling thread read the pad twice, so that a change isn't merged with the next.
     static void await_reads(std::size_t pad, bool held = false);
-    // The keys of the controls of the last pass, in order, each followed by '|'.
-    static std::string keys(const hostkit::Panel& panel);
 
     PluginInfo info{};
     hostkit::Registry registry;
