@@ -63,6 +63,11 @@ protected:
         ticks = made.get();
         return made;
     }
+    // A backend the test keeps itself.
+    ScriptedBackend& own_backend(std::vector<ScriptedPad> pads) {
+        owned = make_backend(std::move(pads));
+        return *owned;
+    }
     void step() {
         ASSERT_TRUE(ticks->step());
         deliver();
@@ -71,6 +76,7 @@ protected:
         backend->edit([&](std::vector<ScriptedPad>& pads) { change(pads[pad]); });
     }
 
+    std::unique_ptr<ScriptedBackend> owned;
     ScriptedBackend* backend = nullptr;
     ManualTicks* ticks = nullptr;
 };

@@ -16,14 +16,12 @@ using ::testing::ElementsAre;
 class ReadThreadTest : public CoreTest {
 protected:
     void start(std::vector<ScriptedPad> pads, std::int32_t rate = 240) {
-        owned = make_backend(std::move(pads));
-        thread = std::make_unique<ReadThread>(backend, make_ticks());
+        thread = std::make_unique<ReadThread>(&own_backend(std::move(pads)), make_ticks());
         log = std::make_unique<SignalLog>(*thread);
         thread->control().rate.store(rate);
         thread->start();
     }
 
-    std::unique_ptr<ScriptedBackend> owned;
     std::unique_ptr<ReadThread> thread;
     std::unique_ptr<SignalLog> log;
 };

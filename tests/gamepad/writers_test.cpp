@@ -1,10 +1,10 @@
-#include <gtest/gtest.h>
-
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <set>
 
+#include "core_fixture.h"
 #include "gamepad/constant_writer.h"
 #include "gamepad/deadline.h"
 #include "gamepad/feed_writer.h"
@@ -12,7 +12,6 @@
 #include "gamepad/simplex_noise.h"
 #include "platform/monotonic_clock.h"
 #include "support/allocation_counter.h"
-#include "support/list_backend.h"
 
 namespace gamepad {
 namespace {
@@ -20,7 +19,7 @@ namespace {
 using enum AttributeType;
 using enum AttributeDirection;
 using Kind = AttributeValue::Kind;
-using testsupport::ListBackend;
+using Writers = CoreTest;
 
 const std::int64_t in_an_hour = platform::monotonic_now_ns() + 3'600'000'000'000;
 
@@ -31,12 +30,14 @@ std::vector<GamepadState> states(std::size_t pads, std::size_t values) {
 // Finds its attribute by id (the first match; a null id matches an empty one) wherever it stands,
 // and ends when it is gone or at its deadline; apply writes its own slot only, where the states
 // reach.
-TEST(ConstantWriter, FollowsItsIdAndEndsWhenItIsGoneOrAtItsDeadline) {
-    std::vector<std::vector<AttributeInfo>> pads(6);
-    pads[0] = {{nullptr, Button, Input}, {"b", Button, Input}};
-    pads[1] = {{"x", Button, Input}, {"a", Trigger, Input}, {"a", Button, Input}};
-    pads[5] = {{"b", Button, Input}};
-    ListBackend backend(pads);
+TEST_F(Writers, ConstantFollowsItsIdAndEndsWhenItIsGoneOrAtItsDeadline) {
+    ScriptedBackend& backend =
+        own_backend({pad_with({{nullptr, Button, Input}, {"b", Button, Input}}),
+                     pad_with({{"x", Button, Input}, {"a", Trigger, Input}, {"a", Button, Input}}),
+                     {},
+                     {},
+                     {},
+                     pad_with({{"b", Button, Input}})});
     ConstantWriter writer(1, "a", AttributeValue::make_trigger(0.25), in_an_hour);
     EXPECT_FALSE(writer.is_active());  // unresolved
     writer.resolve(backend);
@@ -48,10 +49,10 @@ TEST(ConstantWriter, FollowsItsIdAndEndsWhenItIsGoneOrAtItsDeadline) {
     EXPECT_EQ(out[1].values[0].kind, Kind::Empty);
     EXPECT_EQ(out[0].values[1].kind, Kind::Empty);
 
-    backend.pad(1).erase(backend.pad(1).begin());  // the attribute moves up
+    set_pad(1, [](ScriptedPad& p) { p.rows.erase(p.rows.begin()); });  // the attribute moves up
     writer.resolve(backend);
     EXPECT_EQ(writer.attribute_index(), 0u);
-    backend.pad(1).clear();  // and goes away
+    set_pad(1, [](ScriptedPad& p) { p.rows.clear(); });  // and goes away
     writer.resolve(backend);
     EXPECT_EQ(writer.attribute_index(), no_attribute);
     EXPECT_FALSE(writer.is_active());
@@ -75,14 +76,14 @@ TEST(ConstantWriter, FollowsItsIdAndEndsWhenItIsGoneOrAtItsDeadline) {
     EXPECT_TRUE(out[0].values[1].as_button());
 }
 
-TEST(FeedWriter, MapsByIdTypeAndDirectionAndSendsMotorsBack) {
+TEST_F(Writers, FeedMapsByIdTypeAndDirectionAndSendsMotorsBack) {
     const std::vector<AttributeInfo> source{{"stick", Stick, Input},  {"a", Button, Input},
                                             {"motor", Motor, Output}, {"t", Button, Input},
                                             {"io", Motor, Input},     {"a", Trigger, Input}};
     const std::vector<AttributeInfo> target{
         {"a", Button, Input},     {"t", Trigger, Input}, {"only_target", Button, Input},
         {"motor", Motor, Output}, {"io", Motor, Output}, {"stick", Stick, Input}};
-    ListBackend backend({source, target});
+    ScriptedBackend& backend = own_backend({pad_with(source), pad_with(target)});
     FeedWriter feed(0, 1);
     feed.resolve(backend);
     ASSERT_EQ(feed.mapping().size(), 6u);
@@ -118,11 +119,11 @@ TEST(FeedWriter, MapsByIdTypeAndDirectionAndSendsMotorsBack) {
     EXPECT_EQ(feed.mapping().size(), 6u);
     EXPECT_TRUE(feed.is_active());
 
-    backend.pad(0).clear();
+    set_pad(0, [](ScriptedPad& p) { p.rows.clear(); });
     feed.resolve(backend);
     for (const FeedMapping& entry : feed.mapping())
         EXPECT_EQ(entry.source_index, no_attribute);
-    backend.pad(1).clear();
+    set_pad(1, [](ScriptedPad& p) { p.rows.clear(); });
     feed.resolve(backend);
     EXPECT_TRUE(feed.mapping().empty());
 }
@@ -142,47 +143,61 @@ TEST(SimplexNoise, KnownValuesAndThePermutation) {
     EXPECT_EQ(std::set<int>(noise_permutation.begin(), noise_permutation.end()).size(), 256u);
 }
 
+// What a value reads as through every accessor, its kind first.
+std::array<double, 7> readings(const AttributeValue& value) {
+    const StickValue stick = value.as_stick();
+    return {static_cast<double>(value.kind),
+            static_cast<double>(value.as_button()),
+            value.as_trigger(),
+            value.as_motor(),
+            stick.deadzone,
+            stick.x,
+            stick.y};
+}
+
 TEST(NoiseWriter, BlendsByTypeOverWhatEarlierWritersLeft) {
     const float at_half = simplex_noise(0.5f);
     const double u = static_cast<double>(at_half) * 0.5 + 0.5;
-    const AttributeValue empty{};
-    const AttributeValue released = AttributeValue::make_button(false);
-
-    EXPECT_TRUE(NoiseWriter::blend(Button, empty, at_half, 1.0).as_button());
-    EXPECT_FALSE(NoiseWriter::blend(Button, empty, at_half, 0.0).as_button());
-    EXPECT_TRUE(NoiseWriter::blend(Button, released, at_half, u).as_button());  // equality presses
-    EXPECT_FALSE(NoiseWriter::blend(Button, released, at_half, u - 1e-9).as_button());
-    EXPECT_TRUE(
-        NoiseWriter::blend(Button, AttributeValue::make_button(true), at_half, 0.0).as_button());
-
-    const AttributeValue pulled = AttributeValue::make_trigger(0.2);
-    EXPECT_EQ(NoiseWriter::blend(Trigger, pulled, at_half, 1.0).as_trigger(), u);
-    EXPECT_EQ(NoiseWriter::blend(Trigger, pulled, at_half, 0.0).as_trigger(), 0.2);
-    const AttributeValue kept = NoiseWriter::blend(Trigger, empty, at_half, 0.0);
-    EXPECT_EQ(kept.kind, Kind::Trigger);
-    EXPECT_EQ(kept.as_trigger(), 0.0);
-    EXPECT_DOUBLE_EQ(NoiseWriter::blend(Trigger, pulled, at_half, 0.5).as_trigger(),
-                     0.2 + (u - 0.2) * 0.5);
-    // A previous of another kind counts as zero and is replaced.
-    EXPECT_EQ(NoiseWriter::blend(Motor, pulled, at_half, 0.5).as_motor(), u * 0.5);
-    EXPECT_EQ(NoiseWriter::blend(Motor, pulled, at_half, 0.5).kind, Kind::Motor);
-
-    const StickValue rest = NoiseWriter::blend(Stick, empty, 0.0f, 0.8).as_stick();
-    EXPECT_EQ(rest.deadzone, 0.0);
-    EXPECT_EQ(rest.x, 0.0);
-    EXPECT_EQ(rest.y, 0.8);  // noise 0 points straight up, at radius amplitude
-    const AttributeValue mirrored = AttributeValue::make_stick({0.24, 0.5, 0.5});
-    const StickValue pulled_stick = NoiseWriter::blend(Stick, mirrored, at_half, 0.5).as_stick();
-    EXPECT_EQ(pulled_stick.deadzone, 0.24);
     const double angle = 2.0 * (static_cast<double>(at_half) * 3.141592653589793);
-    EXPECT_DOUBLE_EQ(pulled_stick.x, 0.5 + (std::sin(angle) - 0.5) * 0.5);
-    EXPECT_DOUBLE_EQ(pulled_stick.y, 0.5 + (std::cos(angle) - 0.5) * 0.5);
-    EXPECT_EQ(NoiseWriter::blend(static_cast<AttributeType>(9), pulled, at_half, 1.0).as_trigger(),
-              0.2);
+    const AttributeValue empty{}, pulled = AttributeValue::make_trigger(0.2);
+    const auto button = [](bool pressed) { return AttributeValue::make_button(pressed); };
+    const auto stick = [](double deadzone, double x, double y) {
+        return AttributeValue::make_stick({deadzone, x, y});
+    };
+    const struct {
+        AttributeType type;
+        AttributeValue previous;
+        float noise;
+        double amplitude;
+        AttributeValue blended;
+    } rows[] = {
+        {Button, empty, at_half, 1.0, button(true)},
+        {Button, empty, at_half, 0.0, button(false)},
+        {Button, button(false), at_half, u, button(true)},  // equality presses
+        {Button, button(false), at_half, u - 1e-9, button(false)},
+        {Button, button(true), at_half, 0.0, button(true)},
+        {Trigger, pulled, at_half, 1.0, AttributeValue::make_trigger(u)},
+        {Trigger, pulled, at_half, 0.0, pulled},
+        {Trigger, empty, at_half, 0.0, AttributeValue::make_trigger(0.0)},
+        {Trigger, pulled, at_half, 0.5, AttributeValue::make_trigger(0.2 + (u - 0.2) * 0.5)},
+        // A previous of another kind counts as zero and is replaced.
+        {Motor, pulled, at_half, 0.5, AttributeValue::make_motor(u * 0.5)},
+        {Stick, empty, 0.0f, 0.8, stick(0.0, 0.0, 0.8)},  // noise 0 points straight up
+        {Stick, stick(0.24, 0.5, 0.5), at_half, 0.5,
+         stick(0.24, 0.5 + (std::sin(angle) - 0.5) * 0.5, 0.5 + (std::cos(angle) - 0.5) * 0.5)},
+        {static_cast<AttributeType>(9), pulled, at_half, 1.0, pulled},
+    };
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        const auto& row = rows[i];
+        EXPECT_EQ(readings(NoiseWriter::blend(row.type, row.previous, row.noise, row.amplitude)),
+                  readings(row.blended))
+            << "row " << i;
+    }
 }
 
-TEST(NoiseWriter, ResolvesTypeAndWritesOnlyItsSlotUntilTheAttributeIsGone) {
-    ListBackend backend({{{"a", Button, Input}, {"stick", Stick, Input}}});
+TEST_F(Writers, NoiseResolvesTypeAndWritesOnlyItsSlotUntilTheAttributeIsGone) {
+    ScriptedBackend& backend =
+        own_backend({pad_with({{"a", Button, Input}, {"stick", Stick, Input}})});
     NoiseWriter writer(0, "stick", 2.0, 1.0, draw_noise_seed(), in_an_hour);
     EXPECT_EQ(writer.attribute_type(), Button);
     writer.resolve(backend);
@@ -194,7 +209,7 @@ TEST(NoiseWriter, ResolvesTypeAndWritesOnlyItsSlotUntilTheAttributeIsGone) {
     EXPECT_NEAR(std::hypot(wiggled.x, wiggled.y), 1.0, 1e-12);  // on the circle of radius 1
     EXPECT_EQ(out[0].values[0].kind, Kind::Empty);
 
-    backend.pad(0).pop_back();
+    set_pad(0, [](ScriptedPad& p) { p.rows.pop_back(); });
     writer.resolve(backend);
     EXPECT_EQ(writer.attribute_type(), Stick);  // left alone without a match
     EXPECT_FALSE(writer.is_active());
@@ -206,11 +221,11 @@ TEST(NoiseWriter, ResolvesTypeAndWritesOnlyItsSlotUntilTheAttributeIsGone) {
     EXPECT_TRUE(seed >= 0.0 && seed < 1'000'000.0);
 }
 
-TEST(Writers, ApplyAllocatesNothing) {
+TEST_F(Writers, ApplyAllocatesNothing) {
     if (!testsupport::AllocationCounter::supported()) GTEST_SKIP() << "no counting allocator";
     const std::vector<AttributeInfo> rows{
         {"a", Button, Input}, {"t", Trigger, Input}, {"s", Stick, Input}, {"m", Motor, Output}};
-    ListBackend backend({rows, rows});
+    ScriptedBackend& backend = own_backend({pad_with(rows), pad_with(rows)});
     ConstantWriter constant(1, "a", AttributeValue::make_button(true), in_an_hour);
     FeedWriter feed(0, 1);
     NoiseWriter button(1, "a", 1.0, 0.5, 10.0, in_an_hour);
