@@ -62,18 +62,30 @@ TEST_F(GameTest, FirstUseStartsLastReleasePausesNextUseResumesTheSameThread) {
     first.reset();
     EXPECT_EQ(thread_state(), ReadThreadState::Run);
     second->gamepad(0)->impl()->set_constant(1, AttributeValue::make_trigger(0.25), in_an_hour);
-    second.reset();
+    step();
+    EXPECT_EQ(backend->written(0).values[1].as_trigger(), 0.25);
+    backend->take_calls();
+
+    // Without users the thread pauses, but the virtual pad follows the setting all the same: what
+    // was queued runs, and so does what comes later, and no pad is read. The outputs go empty.
+    core().set_virtual_gamepad_enabled(true);
+    core().set_virtual_gamepad_enabled(false);
+    second.reset();  // paused with the attach still queued
     EXPECT_EQ(thread_state(), ReadThreadState::Pause);
     ASSERT_TRUE(ticks->step());  // the thread notices the pause and sleeps
+    deliver();                   // the late success sends a detach to the sleeping thread
+    EXPECT_THAT(take_calls(*backend, 5), ElementsAre("write_gamepad 0", "write_gamepad 1",
+                                                     "write_gamepad 2", "attach 0", "detach 2"));
+    EXPECT_EQ(backend->written(0).values[1].kind, AttributeValue::Kind::Empty);
     ASSERT_TRUE(ticks->wait_until(ManualTicks::Waiting::Event));
-    backend->take_calls();
-    EXPECT_EQ(backend->written(0).values[1].kind, AttributeValue::Kind::Empty);  // never ran
+    EXPECT_THAT(ticks->armed(), ElementsAre(2, 0, 0));  // cancelled at each wake
 
     std::unique_ptr<Gamepads> third = core().use();
     ASSERT_TRUE(ticks->wait_until(ManualTicks::Waiting::TimerOrEvent));  // one tick at once
     EXPECT_EQ(core().read_thread(), thread);
     EXPECT_EQ(backends_made, 1);
-    EXPECT_EQ(backend->written(0).values[1].as_trigger(), 0.25);  // the waiting command ran
+    EXPECT_EQ(backend->written(0).values[1].as_trigger(), 0.25);
+    EXPECT_THAT(ticks->armed(), ElementsAre(2, 0, 0, 2));  // armed anew on resuming
     deliver();
 
     QSignalSpy changes(third->gamepad(1), &Gamepad::attribute_changed);
@@ -168,26 +180,6 @@ TEST_F(GameTest, VirtualPadFollowsTheSettingAndTheAnswersOfTheThread) {
         EXPECT_EQ(panel->virtual_gamepad_index(), state == Connected ? 2 : -1);
         EXPECT_EQ(panel->virtual_gamepad_error(), state == Error ? "error 3" : "");
     }
-}
-
-// Without users the thread pauses, but the virtual pad follows the setting all the same: what
-// was queued runs, and so does what comes later, and no pad is read. The outputs go empty.
-TEST_F(GameTest, APausedCoreStillFollowsTheSettingWithoutPolling) {
-    std::unique_ptr<Gamepads> panel = core().use();
-    step();
-    panel->gamepad(0)->impl()->set_constant(1, AttributeValue::make_trigger(0.5), in_an_hour);
-    step();
-    EXPECT_EQ(backend->written(0).values[1].as_trigger(), 0.5);
-    backend->take_calls();
-    core().set_virtual_gamepad_enabled(true);
-    core().set_virtual_gamepad_enabled(false);
-    panel.reset();  // paused with the attach still queued
-    ASSERT_TRUE(ticks->step());
-    deliver();  // its late success sends a detach to the sleeping thread
-    EXPECT_THAT(take_calls(*backend, 5), ElementsAre("write_gamepad 0", "write_gamepad 1",
-                                                     "write_gamepad 2", "attach 0", "detach 2"));
-    EXPECT_EQ(backend->written(0).values[1].kind, AttributeValue::Kind::Empty);
-    EXPECT_EQ(thread_state(), ReadThreadState::Pause);
 }
 
 TEST_F(GameTest, OneWriterPerAttributeAndOneFeedPerPad) {
