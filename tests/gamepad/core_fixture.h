@@ -37,18 +37,6 @@ inline void deliver() {
     QCoreApplication::processEvents();
 }
 
-// The backend's calls once there are `count` of them, for a few seconds at most; the main
-// thread's event loop runs meanwhile.
-inline std::vector<std::string> take_calls(ScriptedBackend& backend, std::size_t count) {
-    std::vector<std::string> calls;
-    eventually([&] {
-        for (std::string& call : backend.take_calls())
-            calls.push_back(std::move(call));
-        return calls.size() >= count;
-    });
-    return calls;
-}
-
 // Makes the scripted backend and the hand-stepped ticks when the code under test asks for them,
 // and keeps a pointer to each.
 class CoreTest : public ::testing::Test {

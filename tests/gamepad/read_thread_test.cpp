@@ -6,6 +6,8 @@
 
 #include "core_fixture.h"
 #include "gamepad/constant_writer.h"
+#include "gamepad/feed_writer.h"
+#include "gamepad/noise_writer.h"
 #include "support/allocation_counter.h"
 
 namespace gamepad {
@@ -244,7 +246,7 @@ TEST_F(ReadThreadTest, ANestedEventLoopInADeliveryDefersWhatCameMeanwhile) {
     EXPECT_THAT(told, ElementsAre(true, true, false, true));
 }
 
-// Sticks moving on every tick under a writer per pad while the main thread collects every 1st,
+// Sticks moving on every tick under a writer of each kind while the main thread collects every 1st,
 // 2nd, 3rd or 8th publication, or none for the whole run: the polling thread allocates nothing,
 // and what waits for the main thread is one delivery however long it was held up. Steady ticks
 // then publish and emit nothing.
@@ -252,11 +254,14 @@ TEST_F(ReadThreadTest, ThePollingThreadAllocatesNothingHoweverTheDeliveriesLag) 
     std::vector<AttributeInfo> rows;
     for (int i = 0; i < 23; ++i)
         rows.push_back(three_rows[static_cast<std::size_t>(i % 3)]);
+    rows.push_back({"m", AttributeType::Motor, AttributeDirection::Output});
     start({pad_with(rows), pad_with(rows), pad_with(rows), pad_with(rows)}, 1000);
-    for (std::size_t pad = 0; pad < 4; ++pad) {
-        thread->add_writer(std::make_unique<ConstantWriter>(
-            pad, "t", AttributeValue::make_trigger(0.5), std::numeric_limits<std::int64_t>::max()));
-    }
+    constexpr std::int64_t forever = std::numeric_limits<std::int64_t>::max();
+    thread->add_writer(std::make_unique<FeedWriter>(0, 1));
+    for (const char* id : {"a", "t", "s"})
+        thread->add_writer(std::make_unique<NoiseWriter>(2, id, 1.0, 0.5, 10.0, forever));
+    thread->add_writer(
+        std::make_unique<ConstantWriter>(3, "t", AttributeValue::make_trigger(0.5), forever));
     backend->set_recording(false);
     int tick = 0;
     const auto move_every_pad = [&] {
