@@ -6,24 +6,14 @@
 #include <random>
 #include <thread>
 
+#include "core_fixture.h"
 #include "gamepad/command_queue.h"
 #include "gamepad/publication_channel.h"
-#include "support/eventually.h"
 
 namespace gamepad {
 namespace {
 
 using ::testing::ElementsAre;
-
-class TrackedWriter : public Writer {
-public:
-    static inline int alive = 0;
-    TrackedWriter() { ++alive; }
-    ~TrackedWriter() override { --alive; }
-    bool is_active() override { return true; }
-    void resolve(Backend&) override {}
-    void apply(const std::vector<GamepadState>&, std::vector<GamepadState>&) override {}
-};
 
 // Writer ids, 0 for the virtual pad's commands.
 std::vector<std::uint64_t> ids(const CommandQueue::Batch& batch) {
@@ -37,12 +27,13 @@ std::vector<std::uint64_t> ids(const CommandQueue::Batch& batch) {
 }
 
 TEST(CommandQueue, KeepsPushOrderATakenBatchCannotGrowAndUnrunWritersDieWithTheirBatch) {
+    std::vector<std::string> log;
     {
         CommandQueue queue;
         EXPECT_EQ(queue.take(), nullptr);
-        queue.push(AddWriter{1, std::make_unique<TrackedWriter>()});
+        queue.push(AddWriter{1, std::make_unique<RecordingWriter>(log, "1")});
         queue.push(RemoveWriter{7});
-        queue.push(AddWriter{2, std::make_unique<TrackedWriter>()});
+        queue.push(AddWriter{2, std::make_unique<RecordingWriter>(log, "2")});
         std::unique_ptr<CommandQueue::Batch> first = queue.take();
         queue.push(RemoveWriter{1});
         queue.push(AttachVirtualGamepad{0, 1});
@@ -52,11 +43,10 @@ TEST(CommandQueue, KeepsPushOrderATakenBatchCannotGrowAndUnrunWritersDieWithThei
         EXPECT_THAT(ids(*second), ElementsAre(1, 0));
         EXPECT_EQ(queue.take(), nullptr);
         first.reset();
-        EXPECT_EQ(TrackedWriter::alive, 0);
-        queue.push(AddWriter{3, std::make_unique<TrackedWriter>()});
-        EXPECT_EQ(TrackedWriter::alive, 1);
+        queue.push(AddWriter{3, std::make_unique<RecordingWriter>(log, "3")});
+        EXPECT_THAT(log, ElementsAre("~1", "~2"));
     }
-    EXPECT_EQ(TrackedWriter::alive, 0);
+    EXPECT_THAT(log, ElementsAre("~1", "~2", "~3"));
 }
 
 struct Channel {
