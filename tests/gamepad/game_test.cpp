@@ -48,7 +48,7 @@ protected:
     Game game;
 };
 
-TEST_F(GameTest, FirstUseStartsLastReleasePausesNextUseResumesTheSameThread) {
+TEST_F(GameTest, FirstUseStartsEveryHandleHearsItsPadLastReleasePausesNextUseResumes) {
     core().set_update_rate(500);
     EXPECT_EQ(backends_made, 0);  // loaded, but nobody uses the core
     EXPECT_EQ(core().read_thread(), nullptr);
@@ -59,9 +59,35 @@ TEST_F(GameTest, FirstUseStartsLastReleasePausesNextUseResumesTheSameThread) {
     ASSERT_NE(thread, nullptr);
     EXPECT_EQ(backends_made, 1);
     EXPECT_EQ(core().use_count(), 2u);
+    EXPECT_EQ(first->count(), 3u);
+    EXPECT_EQ(first->gamepad(-1), nullptr);
+    EXPECT_EQ(first->gamepad(3), nullptr);
+    ASSERT_NE(first->gamepad(0), nullptr);
+    EXPECT_EQ(first->gamepad(0)->metadata(), nullptr);  // before the first delivery
+    EXPECT_EQ(first->gamepad(0)->state(), nullptr);
+    QSignalSpy any_metadata(second.get(), &Gamepads::metadata_changed);
+    QSignalSpy pad0_metadata(second->gamepad(0), &Gamepad::metadata_changed);
+    QSignalSpy pad0_connected(first->gamepad(0), &Gamepad::is_connected_changed);
+    QSignalSpy pad2_connected(first->gamepad(2), &Gamepad::is_connected_changed);
     step();
+    EXPECT_EQ(any_metadata.count(), 1);
+    EXPECT_EQ(pad0_metadata.count(), 1);
+    EXPECT_EQ(pad0_connected.count(), 1);
+    EXPECT_EQ(pad2_connected.count(), 0);  // disconnected from the start
+    ASSERT_NE(second->gamepad(2)->state(), nullptr);
+    EXPECT_FALSE(second->gamepad(2)->state()->is_connected);
+
+    QSignalSpy in_first(first->gamepad(1), &Gamepad::attribute_changed);
+    QSignalSpy in_second(second->gamepad(1), &Gamepad::attribute_changed);
+    QSignalSpy other_pad(second->gamepad(0), &Gamepad::attribute_changed);
+    set_pad(1, [](ScriptedPad& p) { p.values[2] = AttributeValue::make_stick({0, 1, 0}); });
     core().set_update_rate(0);  // armed anew once, at the next tick
     step();
+    ASSERT_EQ(in_first.count(), 1);
+    ASSERT_EQ(in_second.count(), 1);
+    EXPECT_EQ(in_second[0][0].value<std::size_t>(), 2u);
+    EXPECT_EQ(other_pad.count(), 0);
+    EXPECT_EQ(first->gamepad(1)->state()->values[2].as_stick().x, 1.0);
     step();
     core().set_update_rate(1);  // the same period as 0: no new arming
     step();
@@ -94,6 +120,7 @@ TEST_F(GameTest, FirstUseStartsLastReleasePausesNextUseResumesTheSameThread) {
     EXPECT_THAT(ticks->armed(), ElementsAre(2, 1000, 0, 0));  // cancelled at each wake
 
     std::unique_ptr<Gamepads> third = core().use();
+    EXPECT_NE(third->gamepad(1)->metadata(), nullptr);  // a late handle sees the views at once
     ASSERT_TRUE(ticks->wait_until(ManualTicks::Waiting::TimerOrEvent));  // one tick at once
     EXPECT_EQ(core().read_thread(), thread);
     EXPECT_EQ(backends_made, 1);
@@ -106,43 +133,6 @@ TEST_F(GameTest, FirstUseStartsLastReleasePausesNextUseResumesTheSameThread) {
     step();
     ASSERT_EQ(changes.count(), 1);  // one set of connections, not two
     EXPECT_EQ(changes[0][0].value<std::size_t>(), 0u);
-}
-
-TEST_F(GameTest, EveryHandleOfAPadHearsItsSignalsAndSeesTheViews) {
-    std::unique_ptr<Gamepads> one = core().use();
-    std::unique_ptr<Gamepads> two = core().use();
-    EXPECT_EQ(one->count(), 3u);
-    EXPECT_EQ(one->gamepad(-1), nullptr);
-    EXPECT_EQ(one->gamepad(3), nullptr);
-    ASSERT_NE(one->gamepad(0), nullptr);
-    EXPECT_EQ(one->gamepad(0)->metadata(), nullptr);  // before the first delivery
-    EXPECT_EQ(one->gamepad(0)->state(), nullptr);
-
-    QSignalSpy any_metadata(two.get(), &Gamepads::metadata_changed);
-    QSignalSpy pad0_metadata(two->gamepad(0), &Gamepad::metadata_changed);
-    QSignalSpy pad0_connected(one->gamepad(0), &Gamepad::is_connected_changed);
-    QSignalSpy pad2_connected(one->gamepad(2), &Gamepad::is_connected_changed);
-    step();
-    EXPECT_EQ(any_metadata.count(), 1);
-    EXPECT_EQ(pad0_metadata.count(), 1);
-    EXPECT_EQ(pad0_connected.count(), 1);
-    EXPECT_EQ(pad2_connected.count(), 0);  // disconnected from the start
-    ASSERT_NE(two->gamepad(2)->state(), nullptr);
-    EXPECT_FALSE(two->gamepad(2)->state()->is_connected);
-
-    QSignalSpy in_one(one->gamepad(1), &Gamepad::attribute_changed);
-    QSignalSpy in_two(two->gamepad(1), &Gamepad::attribute_changed);
-    QSignalSpy other_pad(two->gamepad(0), &Gamepad::attribute_changed);
-    set_pad(1, [](ScriptedPad& p) { p.values[2] = AttributeValue::make_stick({0, 1, 0}); });
-    step();
-    ASSERT_EQ(in_one.count(), 1);
-    ASSERT_EQ(in_two.count(), 1);
-    EXPECT_EQ(in_two[0][0].value<std::size_t>(), 2u);
-    EXPECT_EQ(other_pad.count(), 0);
-    EXPECT_EQ(one->gamepad(1)->state()->values[2].as_stick().x, 1.0);
-
-    std::unique_ptr<Gamepads> late = core().use();  // sees the views at once
-    EXPECT_NE(late->gamepad(1)->metadata(), nullptr);
 }
 
 // Each row: what happens in turn ("+" the setting on, "-" off, "s" a tick, "f" attaches fail from

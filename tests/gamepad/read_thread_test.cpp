@@ -158,26 +158,17 @@ TEST_F(ReadThreadTest, AHeldMainThreadGetsEveryButtonTransitionOnceInOrderWithIt
         });
     bool pressed = false;
     double x = 0.0;
-    const std::vector<std::vector<bool>> scripted = {
-        {true, false, true}, {false}, {true, true, false, true}};
     for (int hold = 0; hold < 40; ++hold) {
-        std::vector<bool> values;
-        if (hold < static_cast<int>(scripted.size())) {
-            values = scripted[static_cast<std::size_t>(hold)];
-        } else {
-            values.resize(1 + random() % (2 * ButtonTransitions::capacity + 10));
-            bool next = pressed;
-            for (std::size_t t = 0; t < values.size(); ++t)
-                values[t] = next = random() % 3 == 0 ? !next : next;
-        }
         std::vector<bool> transitions;
         const bool before = pressed;
-        for (const bool value : values) {
-            if (value != pressed) transitions.push_back(value);
-            pressed = value;
+        const std::size_t held = 1 + random() % (2 * ButtonTransitions::capacity + 10);
+        for (std::size_t t = 0; t < held; ++t) {
+            const bool was = pressed;
+            pressed = pressed != (random() % 3 == 0);
+            if (pressed != was) transitions.push_back(pressed);
             x += 0.0001;  // never back where a hold began
             set_pad(0, [&](ScriptedPad& p) {
-                p.values[0] = AttributeValue::make_button(value);
+                p.values[0] = AttributeValue::make_button(pressed);
                 p.values[2] = AttributeValue::make_stick({0.0, x, 0.0});
             });
             ASSERT_TRUE(ticks->step());
