@@ -29,6 +29,8 @@ protected:
 };
 
 // The first tick publishes every pad, later ones only what changed (a steady run, below, nothing).
+// Only the pad count is asked on the main thread (marked "main"); the rest comes from the
+// polling thread in tick order.
 TEST_F(ReadThreadTest, TicksPublishWhatChangedAndAMetadataChangeCarriesValuesOverById) {
     ScriptedPad pressed = pad_with(three_rows);
     pressed.values[0] = AttributeValue::make_button(true);
@@ -42,6 +44,15 @@ TEST_F(ReadThreadTest, TicksPublishWhatChangedAndAMetadataChangeCarriesValuesOve
             }
         });
     step();
+    EXPECT_THAT(backend->take_calls(),
+                ElementsAre("main gamepad_count 0", "gamepad_name 0", "gamepad_capabilities 0",
+                            "attribute_count 0", "attribute_info 0", "attribute_label 0",
+                            "attribute_info 0", "attribute_label 0", "attribute_info 0",
+                            "attribute_label 0", "gamepad_name 1", "gamepad_capabilities 1",
+                            "attribute_count 1", "attribute_info 1", "attribute_label 1",
+                            "attribute_info 1", "attribute_label 1", "attribute_info 1",
+                            "attribute_label 1", "refresh_gamepads 0", "read_gamepad 0",
+                            "read_gamepad 1", "write_gamepad 0", "write_gamepad 1"));
     EXPECT_THAT(log->take(), ElementsAre("changed 0", "metadata 0", "connected 0", "attribute 0 0",
                                          "changed 1", "metadata 1", "any"));
     EXPECT_TRUE(pad1_empty_at_metadata0);
@@ -56,6 +67,17 @@ TEST_F(ReadThreadTest, TicksPublishWhatChangedAndAMetadataChangeCarriesValuesOve
     step();
     EXPECT_THAT(log->take(),
                 ElementsAre("changed 1", "connected 1", "attribute 1 1", "attribute 1 2"));
+
+    backend->script_attach(0, 2);
+    thread->push_command(AttachVirtualGamepad{0, 2});
+    thread->push_command(AttachVirtualGamepad{0, 3});  // before the detach of the one before
+    thread->push_command(DetachVirtualGamepad{2, 2});  // replaced already
+    backend->take_calls();
+    step();  // and no refresh within a second of the last one
+    EXPECT_THAT(backend->take_calls(),
+                ElementsAre("attach 0", "detach 2", "attach 0", "read_gamepad 0", "read_gamepad 1",
+                            "write_gamepad 0", "write_gamepad 1"));
+    EXPECT_THAT(log->take(), ElementsAre("attach success 2 2", "attach success 2 3"));
 
     // A metadata change carries the values over by id, so that only real changes are told.
     static QStringList messages;
@@ -80,30 +102,6 @@ TEST_F(ReadThreadTest, TicksPublishWhatChangedAndAMetadataChangeCarriesValuesOve
     ASSERT_EQ(metadata.attributes.size(), 4u);
     EXPECT_EQ(metadata.attributes[0].id, "t");
     EXPECT_TRUE(thread->exchange(0).state_view()->values[1].as_button());
-}
-
-// Only the pad count is asked on the main thread (marked "main"); the rest comes from the
-// polling thread in tick order.
-TEST_F(ReadThreadTest, BackendCallsComeInTickOrderFromThePollingThread) {
-    start({pad_with({three_rows[0]}), pad_with({})});
-    step();
-    EXPECT_THAT(
-        backend->take_calls(),
-        ElementsAre("main gamepad_count 0", "gamepad_name 0", "gamepad_capabilities 0",
-                    "attribute_count 0", "attribute_info 0", "attribute_label 0", "gamepad_name 1",
-                    "gamepad_capabilities 1", "attribute_count 1", "refresh_gamepads 0",
-                    "read_gamepad 0", "read_gamepad 1", "write_gamepad 0", "write_gamepad 1"));
-    backend->script_attach(0, 2);
-    thread->push_command(AttachVirtualGamepad{0, 2});
-    thread->push_command(AttachVirtualGamepad{0, 3});  // before the detach of the one before
-    thread->push_command(DetachVirtualGamepad{2, 2});  // replaced already
-    step();  // and no refresh within a second of the last one
-    EXPECT_THAT(backend->take_calls(),
-                ElementsAre("attach 0", "detach 2", "attach 0", "read_gamepad 0", "read_gamepad 1",
-                            "write_gamepad 0", "write_gamepad 1"));
-    EXPECT_THAT(log->take(),
-                ElementsAre("changed 0", "metadata 0", "connected 0", "changed 1", "metadata 1",
-                            "connected 1", "any", "attach success 2 2", "attach success 2 3"));
 }
 
 TEST_F(ReadThreadTest, WritersAreResolvedCheckedAndAppliedInArrivalOrder) {
