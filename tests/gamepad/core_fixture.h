@@ -24,12 +24,9 @@ inline const std::vector<AttributeInfo> three_rows{
     {"t", AttributeType::Trigger, AttributeDirection::Input},
     {"s", AttributeType::Stick, AttributeDirection::Input}};
 
-inline ScriptedPad pad_with(std::vector<AttributeInfo> rows, bool connected = true) {
-    ScriptedPad pad;
-    pad.connected = connected;
-    pad.values.resize(rows.size());
-    pad.rows = std::move(rows);
-    return pad;
+inline ScriptedPad pad_with(const std::vector<AttributeInfo>& rows, bool connected = true) {
+    return {
+        .connected = connected, .rows = rows, .values = std::vector<AttributeValue>(rows.size())};
 }
 
 // Delivers what the polling thread queued for the main thread.
