@@ -9,6 +9,7 @@
 
 #include "backend/attribute_info.h"
 #include "gamepad/read_thread.h"
+#include "platform/monotonic_clock.h"
 #include "support/eventually.h"
 #include "support/manual_ticks.h"
 #include "support/scripted_backend.h"
@@ -18,6 +19,8 @@ namespace gamepad {
 using testsupport::ManualTicks;
 using testsupport::ScriptedBackend;
 using testsupport::ScriptedPad;
+
+inline const std::int64_t in_an_hour = platform::monotonic_now_ns() + 3'600'000'000'000;
 
 inline const std::vector<AttributeInfo> three_rows{
     {"a", AttributeType::Button, AttributeDirection::Input},

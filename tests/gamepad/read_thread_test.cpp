@@ -262,16 +262,5 @@ TEST_F(ReadThreadTest, ThePollingThreadAllocatesNothingHoweverTheDeliveriesLag) 
     EXPECT_EQ(backend->written(3).values[1].as_trigger(), 0.5);  // the first "t"
 }
 
-// Any rate gives a whole-millisecond period, so the thread never stalls.
-TEST(TickPeriod, AnyRateGivesAWholeMillisecondPeriod) {
-    constexpr std::int32_t least = std::numeric_limits<std::int32_t>::min();
-    constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
-    const std::pair<std::int32_t, std::int32_t> periods[] = {
-        {1, 1000}, {240, 4},  {250, 4},  {251, 3}, {333, 3},  {334, 2},   {500, 2},
-        {501, 1},  {1000, 1}, {5000, 1}, {-5, 1},  {0, 1000}, {least, 1}, {most, 1}};
-    for (const auto& [rate, period] : periods)
-        EXPECT_EQ(tick_period_ms(rate), period) << rate;
-}
-
 }  // namespace
 }  // namespace gamepad

@@ -20,8 +20,6 @@ using enum AttributeDirection;
 using Kind = AttributeValue::Kind;
 using Writers = CoreTest;
 
-const std::int64_t in_an_hour = platform::monotonic_now_ns() + 3'600'000'000'000;
-
 std::vector<GamepadState> states(std::size_t pads, std::size_t values) {
     return std::vector<GamepadState>(pads, GamepadState{true, std::vector<AttributeValue>(values)});
 }
@@ -209,7 +207,7 @@ TEST_F(Writers, NoiseResolvesTypeAndWritesOnlyItsSlotUntilTheAttributeIsGone) {
     EXPECT_TRUE(seed >= 0.0 && seed < 1'000'000.0);
 }
 
-TEST(Deadline, TruncatesToWholeMillisecondsAndSaturates) {
+TEST(Milliseconds, DurationsAndTickPeriodsAreWholeAndSaturate) {
     constexpr std::int32_t least = std::numeric_limits<std::int32_t>::min();
     constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
     const std::pair<double, std::int32_t> cases[] = {
@@ -218,6 +216,12 @@ TEST(Deadline, TruncatesToWholeMillisecondsAndSaturates) {
         {-1e12, least},      {std::nan(""), 0}};
     for (const auto& [seconds, ms] : cases)
         EXPECT_EQ(duration_ms(seconds), ms) << seconds;
+    // Any rate gives a whole-millisecond tick period, so the polling thread never stalls.
+    const std::pair<std::int32_t, std::int32_t> periods[] = {
+        {1, 1000}, {240, 4},  {250, 4},  {251, 3}, {333, 3},  {334, 2},   {500, 2},
+        {501, 1},  {1000, 1}, {5000, 1}, {-5, 1},  {0, 1000}, {least, 1}, {most, 1}};
+    for (const auto& [rate, period] : periods)
+        EXPECT_EQ(tick_period_ms(rate), period) << rate;
 
     const std::int64_t before = platform::monotonic_now_ns();
     const std::int64_t deadline = deadline_after(100);
