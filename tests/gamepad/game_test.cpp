@@ -15,7 +15,6 @@ namespace gamepad {
 namespace {
 
 using ::testing::ElementsAre;
-using State = VirtualGamepadState;
 
 class GameTest : public CoreTest {
 protected:
@@ -84,7 +83,6 @@ TEST_F(GameTest, FirstUseStartsEveryHandleHearsItsPadLastReleasePausesNextUseRes
     EXPECT_EQ(in_second[0][0].value<std::size_t>(), 2u);
     EXPECT_EQ(other_pad.count(), 0);
     EXPECT_EQ(first->gamepad(1)->state()->values[2].as_stick().x, 1.0);
-    step();
     core().set_update_rate(1);  // the same period as 0: no new arming
     step();
     EXPECT_THAT(ticks->armed(), ElementsAre(2, 1000));  // 2: the rate set before the start
@@ -137,13 +135,13 @@ TEST_F(GameTest, FirstUseStartsEveryHandleHearsItsPadLastReleasePausesNextUseRes
 TEST_F(GameTest, VirtualPadFollowsTheSettingAndTheAnswersOfTheThread) {
     using enum VirtualGamepadState;
     std::unique_ptr<Gamepads> panel = core().use();
-    std::vector<State> told;
+    std::vector<VirtualGamepadState> told;
     QObject::connect(panel.get(), &Gamepads::virtual_gamepad_state_changed,
                      [&] { told.push_back(panel->virtual_gamepad_state()); });
     const struct {
         const char* actions;
         std::vector<std::string> calls;
-        std::vector<State> told;
+        std::vector<VirtualGamepadState> told;
     } rows[] = {
         {"-", {}, {}},
         {"+s", {"attach 0"}, {Connecting, Connected}},
@@ -174,7 +172,7 @@ TEST_F(GameTest, VirtualPadFollowsTheSettingAndTheAnswersOfTheThread) {
         }
         EXPECT_EQ(commands_seen(), row.calls);
         EXPECT_EQ(std::exchange(told, {}), row.told);
-        const State state = panel->virtual_gamepad_state();
+        const VirtualGamepadState state = panel->virtual_gamepad_state();
         EXPECT_EQ(panel->virtual_gamepad_index(), state == Connected ? 2 : -1);
         EXPECT_EQ(panel->virtual_gamepad_error(), state == Error ? "error 3" : "");
     }

@@ -121,14 +121,13 @@ TEST_F(ReadThreadTest, WritersAreResolvedCheckedAndAppliedInArrivalOrder) {
     EXPECT_FALSE(backend->written(0).values[0].as_button());  // the later writer wins
 
     thread->push_command(RemoveWriter{second});
-    const std::uint64_t fourth = thread->add_writer(writer("4"));
+    thread->add_writer(writer("4"));
     const std::uint64_t fifth = thread->add_writer(writer("5"));
     thread->push_command(RemoveWriter{fifth});
     thread->push_command(RemoveWriter{999});
     step();
     EXPECT_THAT(take(), ElementsAre("~2", "resolve 4", "resolve 5", "~5", "active 1", "active 4",
                                     "apply 1", "apply 4"));
-    EXPECT_GT(fourth, second);
     thread.reset();
     EXPECT_THAT(take(), ElementsAre("~1", "~4"));
 }
