@@ -5,23 +5,32 @@
 #include <new>
 
 namespace {
+thread_local std::size_t* active_count = nullptr;
 std::atomic<std::thread::id> counted_thread{};
-std::atomic<std::size_t> counted{0};
+std::atomic<std::size_t> thread_count{0};
 }  // namespace
 
 namespace testsupport {
 
-AllocationCounter::AllocationCounter(std::thread::id thread) {
-    counted = 0;
+AllocationCounter::AllocationCounter() : outer_(active_count) {
+    active_count = &count_;
+}
+
+AllocationCounter::AllocationCounter(std::thread::id thread) : one_thread_(true) {
+    thread_count = 0;
     counted_thread = thread;
 }
 
 AllocationCounter::~AllocationCounter() {
-    counted_thread = std::thread::id();
+    if (one_thread_) {
+        counted_thread = std::thread::id();
+    } else {
+        active_count = outer_;
+    }
 }
 
 std::size_t AllocationCounter::count() const {
-    return counted.load();
+    return one_thread_ ? thread_count.load() : count_;
 }
 
 bool AllocationCounter::supported() {
@@ -38,8 +47,9 @@ bool AllocationCounter::supported() {
 
 // The unaligned forms only; the library's array and nothrow forms call these.
 void* operator new(std::size_t size) {
+    if (active_count != nullptr) ++*active_count;
     if (counted_thread.load(std::memory_order_relaxed) == std::this_thread::get_id()) {
-        counted.fetch_add(1);
+        thread_count.fetch_add(1);
     }
     if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
     throw std::bad_alloc();
