@@ -43,7 +43,7 @@ protected:
     Game game;
 };
 
-TEST_F(GameTest, FirstUseStartsEveryHandleHearsItsPadLastReleasePausesNextUseResumes) {
+TEST_F(GameTest, FirstUseStartsHandlesShareSignalsAndWritersLastReleasePausesNextUseResumes) {
     core().set_update_rate(500);
     EXPECT_EQ(backends_made, 0);  // loaded, but nobody uses the core
     EXPECT_EQ(core().read_thread(), nullptr);
@@ -60,6 +60,7 @@ TEST_F(GameTest, FirstUseStartsEveryHandleHearsItsPadLastReleasePausesNextUseRes
     ASSERT_NE(first->gamepad(0), nullptr);
     EXPECT_EQ(first->gamepad(0)->metadata(), nullptr);  // before the first delivery
     EXPECT_EQ(first->gamepad(0)->state(), nullptr);
+    first->gamepad(0)->impl()->clear_writer(1);  // no metadata yet: nothing to do
     QSignalSpy any_metadata(second.get(), &Gamepads::metadata_changed);
     QSignalSpy pad0_metadata(second->gamepad(0), &Gamepad::metadata_changed);
     QSignalSpy pad0_connected(first->gamepad(0), &Gamepad::is_connected_changed);
@@ -87,9 +88,11 @@ TEST_F(GameTest, FirstUseStartsEveryHandleHearsItsPadLastReleasePausesNextUseRes
     step();
     EXPECT_THAT(ticks->armed(), ElementsAre(2, 1000));  // 2: the rate set before the start
 
+    // One writer per attribute: the later setting replaces the earlier one from another handle.
+    first->gamepad(0)->impl()->set_constant(1, AttributeValue::make_trigger(0.3), in_an_hour);
+    second->gamepad(0)->impl()->set_constant(1, AttributeValue::make_trigger(0.25), in_an_hour);
     first.reset();
     EXPECT_EQ(thread_state(), ReadThreadState::Run);
-    second->gamepad(0)->impl()->set_constant(1, AttributeValue::make_trigger(0.25), in_an_hour);
     step();
     EXPECT_EQ(backend->written(0).values[1].as_trigger(), 0.25);
     backend->take_calls();
@@ -127,6 +130,28 @@ TEST_F(GameTest, FirstUseStartsEveryHandleHearsItsPadLastReleasePausesNextUseRes
     step();
     ASSERT_EQ(changes.count(), 1);  // one set of connections, not two
     EXPECT_EQ(changes[0][0].value<std::size_t>(), 0u);
+
+    // The attribute moves; the entry follows its id, so clearing it ends the one writer left.
+    set_pad(0, [](ScriptedPad& p) {
+        std::swap(p.rows[0], p.rows[1]);
+        p.metadata_changed = true;
+    });
+    step();
+    EXPECT_EQ(backend->written(0).values[0].as_trigger(), 0.25);
+    third->gamepad(0)->impl()->clear_writer(0);
+    step();
+    EXPECT_EQ(backend->written(0).values[0].kind, AttributeValue::Kind::Empty);
+
+    // One feed per pad.
+    Game::GamepadImpl* target = third->gamepad(1)->impl();
+    set_pad(0, [](ScriptedPad& p) { p.values[1] = AttributeValue::make_button(true); });
+    target->set_feed_source(0);
+    target->set_feed_source(0);
+    step();
+    EXPECT_TRUE(backend->written(1).values[0].as_button());
+    target->set_feed_source(2);  // a disconnected source: the feed waits, the old one is gone
+    step();
+    EXPECT_EQ(backend->written(1).values[0].kind, AttributeValue::Kind::Empty);
 }
 
 // Each row: what happens in turn ("+" the setting on, "-" off, "s" a tick, "f" attaches fail from
@@ -176,39 +201,6 @@ TEST_F(GameTest, VirtualPadFollowsTheSettingAndTheAnswersOfTheThread) {
         EXPECT_EQ(panel->virtual_gamepad_index(), state == Connected ? 2 : -1);
         EXPECT_EQ(panel->virtual_gamepad_error(), state == Error ? "error 3" : "");
     }
-}
-
-TEST_F(GameTest, OneWriterPerAttributeAndOneFeedPerPad) {
-    std::unique_ptr<Gamepads> node_a = core().use();
-    std::unique_ptr<Gamepads> node_b = core().use();
-    Game::GamepadImpl* pad0 = node_a->gamepad(0)->impl();
-    pad0->clear_writer(1);  // no metadata yet: nothing to do
-    step();
-    pad0->set_constant(1, AttributeValue::make_trigger(0.3), in_an_hour);
-    node_b->gamepad(0)->impl()->set_constant(1, AttributeValue::make_trigger(0.7), in_an_hour);
-    step();
-    EXPECT_EQ(backend->written(0).values[1].as_trigger(), 0.7);
-
-    // The attribute moves; the entry follows its id, so clearing it ends the one writer left.
-    set_pad(0, [](ScriptedPad& p) {
-        std::swap(p.rows[0], p.rows[1]);
-        p.metadata_changed = true;
-    });
-    step();
-    EXPECT_EQ(backend->written(0).values[0].as_trigger(), 0.7);
-    pad0->clear_writer(0);
-    step();
-    EXPECT_EQ(backend->written(0).values[0].kind, AttributeValue::Kind::Empty);
-
-    Game::GamepadImpl* target = node_a->gamepad(1)->impl();
-    set_pad(0, [](ScriptedPad& p) { p.values[1] = AttributeValue::make_button(true); });
-    target->set_feed_source(0);
-    target->set_feed_source(0);
-    step();
-    EXPECT_TRUE(backend->written(1).values[0].as_button());
-    target->set_feed_source(2);  // a disconnected source: the feed waits, the old one is gone
-    step();
-    EXPECT_EQ(backend->written(1).values[0].kind, AttributeValue::Kind::Empty);
 }
 
 }  // namespace
