@@ -9,6 +9,7 @@
 
 #include "backend/attribute_info.h"
 #include "gamepad/read_thread.h"
+#include "platform/monotonic_clock.h"
 #include "support/eventually.h"
 #include "support/manual_ticks.h"
 #include "support/scripted_backend.h"
@@ -19,17 +20,16 @@ using testsupport::ManualTicks;
 using testsupport::ScriptedBackend;
 using testsupport::ScriptedPad;
 
+inline const std::int64_t in_an_hour = platform::monotonic_now_ns() + 3'600'000'000'000;
+
 inline const std::vector<AttributeInfo> three_rows{
     {"a", AttributeType::Button, AttributeDirection::Input},
     {"t", AttributeType::Trigger, AttributeDirection::Input},
     {"s", AttributeType::Stick, AttributeDirection::Input}};
 
-inline ScriptedPad pad_with(std::vector<AttributeInfo> rows, bool connected = true) {
-    ScriptedPad pad;
-    pad.connected = connected;
-    pad.values.resize(rows.size());
-    pad.rows = std::move(rows);
-    return pad;
+inline ScriptedPad pad_with(const std::vector<AttributeInfo>& rows, bool connected = true) {
+    return {
+        .connected = connected, .rows = rows, .values = std::vector<AttributeValue>(rows.size())};
 }
 
 // Delivers what the polling thread queued for the main thread.
@@ -37,17 +37,26 @@ inline void deliver() {
     QCoreApplication::processEvents();
 }
 
-// The backend's calls once there are `count` of them, for a few seconds at most; the main
-// thread's event loop runs meanwhile.
-inline std::vector<std::string> take_calls(ScriptedBackend& backend, std::size_t count) {
-    std::vector<std::string> calls;
-    eventually([&] {
-        for (std::string& call : backend.take_calls())
-            calls.push_back(std::move(call));
-        return calls.size() >= count;
-    });
-    return calls;
-}
+// Logs what the thread does with it, and holds its button at `pressed` while active.
+struct RecordingWriter : Writer {
+    RecordingWriter(std::vector<std::string>& log, std::string name, bool active = true,
+                    bool pressed = true)
+        : log(log), name(std::move(name)), active(active), pressed(pressed) {}
+    ~RecordingWriter() override { log.push_back("~" + name); }
+    bool is_active() override {
+        log.push_back("active " + name);
+        return active;
+    }
+    void resolve(Backend&) override { log.push_back("resolve " + name); }
+    void apply(const std::vector<GamepadState>&, std::vector<GamepadState>& out) override {
+        log.push_back("apply " + name);
+        out[0].values[0] = AttributeValue::make_button(pressed);
+    }
+
+    std::vector<std::string>& log;
+    const std::string name;
+    const bool active, pressed;
+};
 
 // Makes the scripted backend and the hand-stepped ticks when the code under test asks for them,
 // and keeps a pointer to each.
@@ -63,6 +72,11 @@ protected:
         ticks = made.get();
         return made;
     }
+    // A backend the test keeps itself.
+    ScriptedBackend& own_backend(std::vector<ScriptedPad> pads) {
+        owned = make_backend(std::move(pads));
+        return *owned;
+    }
     void step() {
         ASSERT_TRUE(ticks->step());
         deliver();
@@ -71,6 +85,7 @@ protected:
         backend->edit([&](std::vector<ScriptedPad>& pads) { change(pads[pad]); });
     }
 
+    std::unique_ptr<ScriptedBackend> owned;
     ScriptedBackend* backend = nullptr;
     ManualTicks* ticks = nullptr;
 };

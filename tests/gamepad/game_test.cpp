@@ -2,21 +2,19 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <iterator>
+
 #include "core_fixture.h"
 #include "gamepad/game_impl.h"
 #include "gamepad/gamepad.h"
 #include "gamepad/gamepad_impl.h"
 #include "gamepad/gamepads.h"
-#include "platform/monotonic_clock.h"
 
 namespace gamepad {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
-using State = VirtualGamepadState;
-
-const std::int64_t in_an_hour = platform::monotonic_now_ns() + 3'600'000'000'000;
 
 class GameTest : public CoreTest {
 protected:
@@ -33,10 +31,10 @@ protected:
     Game::Impl& core() { return game.impl(); }
     // Backend operations other than the reads and writes of every tick.
     std::vector<std::string> commands_seen() {
-        std::vector<std::string> seen;
-        for (std::string& call : backend->take_calls()) {
-            if (call.rfind("attach", 0) == 0 || call.rfind("detach", 0) == 0) seen.push_back(call);
-        }
+        std::vector<std::string> seen = backend->take_calls();
+        std::erase_if(seen, [](auto& call) {
+            return !call.starts_with("attach") && !call.starts_with("detach");
+        });
         return seen;
     }
     ReadThreadState thread_state() { return core().read_thread()->control().state.load(); }
@@ -45,7 +43,7 @@ protected:
     Game game;
 };
 
-TEST_F(GameTest, FirstUseStartsLastReleasePausesNextUseResumesTheSameThread) {
+TEST_F(GameTest, FirstUseStartsHandlesShareSignalsAndWritersLastReleasePausesNextUseResumes) {
     core().set_update_rate(500);
     EXPECT_EQ(backends_made, 0);  // loaded, but nobody uses the core
     EXPECT_EQ(core().read_thread(), nullptr);
@@ -56,24 +54,75 @@ TEST_F(GameTest, FirstUseStartsLastReleasePausesNextUseResumesTheSameThread) {
     ASSERT_NE(thread, nullptr);
     EXPECT_EQ(backends_made, 1);
     EXPECT_EQ(core().use_count(), 2u);
+    EXPECT_EQ(first->count(), 3u);
+    EXPECT_EQ(first->gamepad(-1), nullptr);
+    EXPECT_EQ(first->gamepad(3), nullptr);
+    ASSERT_NE(first->gamepad(0), nullptr);
+    EXPECT_EQ(first->gamepad(0)->metadata(), nullptr);  // before the first delivery
+    EXPECT_EQ(first->gamepad(0)->state(), nullptr);
+    first->gamepad(0)->impl()->clear_writer(1);  // no metadata yet: nothing to do
+    QSignalSpy any_metadata(second.get(), &Gamepads::metadata_changed);
+    QSignalSpy pad0_metadata(second->gamepad(0), &Gamepad::metadata_changed);
+    QSignalSpy pad0_connected(first->gamepad(0), &Gamepad::is_connected_changed);
+    QSignalSpy pad2_connected(first->gamepad(2), &Gamepad::is_connected_changed);
     step();
-    EXPECT_THAT(ticks->armed(), ElementsAre(2));  // the rate set before the start
+    EXPECT_EQ(any_metadata.count(), 1);
+    EXPECT_EQ(pad0_metadata.count(), 1);
+    EXPECT_EQ(pad0_connected.count(), 1);
+    EXPECT_EQ(pad2_connected.count(), 0);  // disconnected from the start
+    ASSERT_NE(second->gamepad(2)->state(), nullptr);
+    EXPECT_FALSE(second->gamepad(2)->state()->is_connected);
 
+    QSignalSpy in_first(first->gamepad(1), &Gamepad::attribute_changed);
+    QSignalSpy in_second(second->gamepad(1), &Gamepad::attribute_changed);
+    QSignalSpy other_pad(second->gamepad(0), &Gamepad::attribute_changed);
+    set_pad(1, [](ScriptedPad& p) { p.values[2] = AttributeValue::make_stick({0, 1, 0}); });
+    core().set_update_rate(0);  // armed anew once, at the next tick
+    step();
+    ASSERT_EQ(in_first.count(), 1);
+    ASSERT_EQ(in_second.count(), 1);
+    EXPECT_EQ(in_second[0][0].value<std::size_t>(), 2u);
+    EXPECT_EQ(other_pad.count(), 0);
+    EXPECT_EQ(first->gamepad(1)->state()->values[2].as_stick().x, 1.0);
+    core().set_update_rate(1);  // the same period as 0: no new arming
+    step();
+    EXPECT_THAT(ticks->armed(), ElementsAre(2, 1000));  // 2: the rate set before the start
+
+    // One writer per attribute: the later setting replaces the earlier one from another handle.
+    first->gamepad(0)->impl()->set_constant(1, AttributeValue::make_trigger(0.3), in_an_hour);
+    second->gamepad(0)->impl()->set_constant(1, AttributeValue::make_trigger(0.25), in_an_hour);
     first.reset();
     EXPECT_EQ(thread_state(), ReadThreadState::Run);
-    second->gamepad(0)->impl()->set_constant(1, AttributeValue::make_trigger(0.25), in_an_hour);
-    second.reset();
+    step();
+    EXPECT_EQ(backend->written(0).values[1].as_trigger(), 0.25);
+    backend->take_calls();
+
+    // Without users the thread pauses, but the virtual pad follows the setting all the same: what
+    // was queued runs, and so does what comes later, and no pad is read. The outputs go empty.
+    core().set_virtual_gamepad_enabled(true);
+    core().set_virtual_gamepad_enabled(false);
+    second.reset();  // paused with the attach still queued
     EXPECT_EQ(thread_state(), ReadThreadState::Pause);
     ASSERT_TRUE(ticks->step());  // the thread notices the pause and sleeps
+    deliver();                   // the late success sends a detach to the sleeping thread
+    std::vector<std::string> calls;
+    eventually([&] {
+        std::ranges::move(backend->take_calls(), std::back_inserter(calls));
+        return calls.size() >= 5;
+    });
+    EXPECT_THAT(calls, ElementsAre("write_gamepad 0", "write_gamepad 1", "write_gamepad 2",
+                                   "attach 0", "detach 2"));
+    EXPECT_EQ(backend->written(0).values[1].kind, AttributeValue::Kind::Empty);
     ASSERT_TRUE(ticks->wait_until(ManualTicks::Waiting::Event));
-    backend->take_calls();
-    EXPECT_EQ(backend->written(0).values[1].kind, AttributeValue::Kind::Empty);  // never ran
+    EXPECT_THAT(ticks->armed(), ElementsAre(2, 1000, 0, 0));  // cancelled at each wake
 
     std::unique_ptr<Gamepads> third = core().use();
+    EXPECT_NE(third->gamepad(1)->metadata(), nullptr);  // a late handle sees the views at once
     ASSERT_TRUE(ticks->wait_until(ManualTicks::Waiting::TimerOrEvent));  // one tick at once
     EXPECT_EQ(core().read_thread(), thread);
     EXPECT_EQ(backends_made, 1);
-    EXPECT_EQ(backend->written(0).values[1].as_trigger(), 0.25);  // the waiting command ran
+    EXPECT_EQ(backend->written(0).values[1].as_trigger(), 0.25);
+    EXPECT_THAT(ticks->armed(), ElementsAre(2, 1000, 0, 0, 1000));  // armed anew on resuming
     deliver();
 
     QSignalSpy changes(third->gamepad(1), &Gamepad::attribute_changed);
@@ -81,44 +130,28 @@ TEST_F(GameTest, FirstUseStartsLastReleasePausesNextUseResumesTheSameThread) {
     step();
     ASSERT_EQ(changes.count(), 1);  // one set of connections, not two
     EXPECT_EQ(changes[0][0].value<std::size_t>(), 0u);
-}
 
-TEST_F(GameTest, EveryHandleOfAPadHearsItsSignalsAndSeesTheViews) {
-    std::unique_ptr<Gamepads> one = core().use();
-    std::unique_ptr<Gamepads> two = core().use();
-    EXPECT_EQ(one->count(), 3u);
-    EXPECT_EQ(one->gamepad(-1), nullptr);
-    EXPECT_EQ(one->gamepad(3), nullptr);
-    ASSERT_NE(one->gamepad(0), nullptr);
-    EXPECT_EQ(one->gamepad(0)->metadata(), nullptr);  // before the first delivery
-    EXPECT_EQ(one->gamepad(0)->state(), nullptr);
-
-    QSignalSpy any_metadata(two.get(), &Gamepads::metadata_changed);
-    QSignalSpy pad0_metadata(two->gamepad(0), &Gamepad::metadata_changed);
-    QSignalSpy pad0_connected(one->gamepad(0), &Gamepad::is_connected_changed);
-    QSignalSpy pad2_connected(one->gamepad(2), &Gamepad::is_connected_changed);
+    // The attribute moves; the entry follows its id, so clearing it ends the one writer left.
+    set_pad(0, [](ScriptedPad& p) {
+        std::swap(p.rows[0], p.rows[1]);
+        p.metadata_changed = true;
+    });
     step();
-    EXPECT_EQ(any_metadata.count(), 1);
-    EXPECT_EQ(pad0_metadata.count(), 1);
-    EXPECT_EQ(pad0_connected.count(), 1);
-    EXPECT_EQ(pad2_connected.count(), 0);  // disconnected from the start
-    ASSERT_NE(two->gamepad(2)->metadata(), nullptr);
-    EXPECT_EQ(two->gamepad(2)->metadata()->attributes.size(), 3u);
-    EXPECT_FALSE(two->gamepad(2)->state()->is_connected);
-
-    QSignalSpy in_one(one->gamepad(1), &Gamepad::attribute_changed);
-    QSignalSpy in_two(two->gamepad(1), &Gamepad::attribute_changed);
-    QSignalSpy other_pad(two->gamepad(0), &Gamepad::attribute_changed);
-    set_pad(1, [](ScriptedPad& p) { p.values[2] = AttributeValue::make_stick({0, 1, 0}); });
+    EXPECT_EQ(backend->written(0).values[0].as_trigger(), 0.25);
+    third->gamepad(0)->impl()->clear_writer(0);
     step();
-    ASSERT_EQ(in_one.count(), 1);
-    ASSERT_EQ(in_two.count(), 1);
-    EXPECT_EQ(in_two[0][0].value<std::size_t>(), 2u);
-    EXPECT_EQ(other_pad.count(), 0);
-    EXPECT_EQ(one->gamepad(1)->state()->values[2].as_stick().x, 1.0);
+    EXPECT_EQ(backend->written(0).values[0].kind, AttributeValue::Kind::Empty);
 
-    std::unique_ptr<Gamepads> late = core().use();  // sees the views at once
-    EXPECT_NE(late->gamepad(1)->metadata(), nullptr);
+    // One feed per pad.
+    Game::GamepadImpl* target = third->gamepad(1)->impl();
+    set_pad(0, [](ScriptedPad& p) { p.values[1] = AttributeValue::make_button(true); });
+    target->set_feed_source(0);
+    target->set_feed_source(0);
+    step();
+    EXPECT_TRUE(backend->written(1).values[0].as_button());
+    target->set_feed_source(2);  // a disconnected source: the feed waits, the old one is gone
+    step();
+    EXPECT_EQ(backend->written(1).values[0].kind, AttributeValue::Kind::Empty);
 }
 
 // Each row: what happens in turn ("+" the setting on, "-" off, "s" a tick, "f" attaches fail from
@@ -127,13 +160,13 @@ TEST_F(GameTest, EveryHandleOfAPadHearsItsSignalsAndSeesTheViews) {
 TEST_F(GameTest, VirtualPadFollowsTheSettingAndTheAnswersOfTheThread) {
     using enum VirtualGamepadState;
     std::unique_ptr<Gamepads> panel = core().use();
-    std::vector<State> told;
+    std::vector<VirtualGamepadState> told;
     QObject::connect(panel.get(), &Gamepads::virtual_gamepad_state_changed,
                      [&] { told.push_back(panel->virtual_gamepad_state()); });
     const struct {
         const char* actions;
         std::vector<std::string> calls;
-        std::vector<State> told;
+        std::vector<VirtualGamepadState> told;
     } rows[] = {
         {"-", {}, {}},
         {"+s", {"attach 0"}, {Connecting, Connected}},
@@ -162,67 +195,12 @@ TEST_F(GameTest, VirtualPadFollowsTheSettingAndTheAnswersOfTheThread) {
             if (action == 'l') core().on_attach_success(2, 0);
             if (action == 'e') core().on_attach_error("late", 1);
         }
-        EXPECT_THAT(commands_seen(), ElementsAreArray(row.calls));
+        EXPECT_EQ(commands_seen(), row.calls);
         EXPECT_EQ(std::exchange(told, {}), row.told);
-        const State state = panel->virtual_gamepad_state();
+        const VirtualGamepadState state = panel->virtual_gamepad_state();
         EXPECT_EQ(panel->virtual_gamepad_index(), state == Connected ? 2 : -1);
         EXPECT_EQ(panel->virtual_gamepad_error(), state == Error ? "error 3" : "");
     }
-}
-
-// Without users the thread pauses, but the virtual pad follows the setting all the same: what
-// was queued runs, and so does what comes later, and no pad is read. The outputs go empty.
-TEST_F(GameTest, APausedCoreStillFollowsTheSettingWithoutPolling) {
-    std::unique_ptr<Gamepads> panel = core().use();
-    step();
-    panel->gamepad(0)->impl()->set_constant(1, AttributeValue::make_trigger(0.5), in_an_hour);
-    step();
-    EXPECT_EQ(backend->written(0).values[1].as_trigger(), 0.5);
-    backend->take_calls();
-    core().set_virtual_gamepad_enabled(true);
-    core().set_virtual_gamepad_enabled(false);
-    panel.reset();  // paused with the attach still queued
-    ASSERT_TRUE(ticks->step());
-    deliver();  // its late success sends a detach to the sleeping thread
-    EXPECT_THAT(take_calls(*backend, 5), ElementsAre("write_gamepad 0", "write_gamepad 1",
-                                                     "write_gamepad 2", "attach 0", "detach 2"));
-    EXPECT_EQ(backend->written(0).values[1].kind, AttributeValue::Kind::Empty);
-    EXPECT_EQ(thread_state(), ReadThreadState::Pause);
-}
-
-TEST_F(GameTest, OneWriterPerAttributeAndOneFeedPerPad) {
-    std::unique_ptr<Gamepads> node_a = core().use();
-    std::unique_ptr<Gamepads> node_b = core().use();
-    Game::GamepadImpl* pad0 = node_a->gamepad(0)->impl();
-    pad0->clear_writer(1);  // no metadata yet: nothing to do
-    step();
-    pad0->set_constant(1, AttributeValue::make_trigger(0.3), in_an_hour);
-    node_b->gamepad(0)->impl()->set_constant(1, AttributeValue::make_trigger(0.7), in_an_hour);
-    step();
-    EXPECT_EQ(backend->written(0).values[1].as_trigger(), 0.7);
-
-    // The attribute moves; the entry follows its id, so clearing it ends the one writer left.
-    set_pad(0, [](ScriptedPad& p) {
-        std::swap(p.rows[0], p.rows[1]);
-        p.metadata_changed = true;
-    });
-    step();
-    EXPECT_EQ(backend->written(0).values[0].as_trigger(), 0.7);
-    pad0->clear_writer(0);
-    step();
-    EXPECT_EQ(backend->written(0).values[0].kind, AttributeValue::Kind::Empty);
-
-    Game::GamepadImpl* target = node_a->gamepad(1)->impl();
-    set_pad(0, [](ScriptedPad& p) { p.values[1] = AttributeValue::make_button(true); });
-    target->set_feed_source(0);
-    target->set_feed_source(0);
-    step();
-    EXPECT_TRUE(backend->written(1).values[0].as_button());
-    target->set_feed_source(2);  // a disconnected source: the feed waits, the old one is gone
-    step();
-    EXPECT_EQ(backend->written(1).values[0].kind, AttributeValue::Kind::Empty);
-    target->set_feed_source(-1);
-    EXPECT_EQ(target->feed_source(), -1);
 }
 
 }  // namespace

@@ -1,18 +1,16 @@
-#include <gtest/gtest.h>
-
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <set>
 
+#include "core_fixture.h"
 #include "gamepad/constant_writer.h"
 #include "gamepad/deadline.h"
 #include "gamepad/feed_writer.h"
 #include "gamepad/noise_writer.h"
 #include "gamepad/simplex_noise.h"
 #include "platform/monotonic_clock.h"
-#include "support/allocation_counter.h"
-#include "support/list_backend.h"
 
 namespace gamepad {
 namespace {
@@ -20,9 +18,7 @@ namespace {
 using enum AttributeType;
 using enum AttributeDirection;
 using Kind = AttributeValue::Kind;
-using testsupport::ListBackend;
-
-const std::int64_t in_an_hour = platform::monotonic_now_ns() + 3'600'000'000'000;
+using Writers = CoreTest;
 
 std::vector<GamepadState> states(std::size_t pads, std::size_t values) {
     return std::vector<GamepadState>(pads, GamepadState{true, std::vector<AttributeValue>(values)});
@@ -31,12 +27,11 @@ std::vector<GamepadState> states(std::size_t pads, std::size_t values) {
 // Finds its attribute by id (the first match; a null id matches an empty one) wherever it stands,
 // and ends when it is gone or at its deadline; apply writes its own slot only, where the states
 // reach.
-TEST(ConstantWriter, FollowsItsIdAndEndsWhenItIsGoneOrAtItsDeadline) {
-    std::vector<std::vector<AttributeInfo>> pads(6);
-    pads[0] = {{nullptr, Button, Input}, {"b", Button, Input}};
-    pads[1] = {{"x", Button, Input}, {"a", Trigger, Input}, {"a", Button, Input}};
-    pads[5] = {{"b", Button, Input}};
-    ListBackend backend(pads);
+TEST_F(Writers, ConstantFollowsItsIdAndEndsWhenItIsGoneOrAtItsDeadline) {
+    ScriptedBackend& backend =
+        own_backend({pad_with({{nullptr, Button, Input}, {"b", Button, Input}}),
+                     pad_with({{"x", Button, Input}, {"a", Trigger, Input}, {"a", Button, Input}}),
+                     pad_with({{"b", Button, Input}})});
     ConstantWriter writer(1, "a", AttributeValue::make_trigger(0.25), in_an_hour);
     EXPECT_FALSE(writer.is_active());  // unresolved
     writer.resolve(backend);
@@ -48,10 +43,10 @@ TEST(ConstantWriter, FollowsItsIdAndEndsWhenItIsGoneOrAtItsDeadline) {
     EXPECT_EQ(out[1].values[0].kind, Kind::Empty);
     EXPECT_EQ(out[0].values[1].kind, Kind::Empty);
 
-    backend.pad(1).erase(backend.pad(1).begin());  // the attribute moves up
+    set_pad(1, [](ScriptedPad& p) { p.rows.erase(p.rows.begin()); });  // the attribute moves up
     writer.resolve(backend);
     EXPECT_EQ(writer.attribute_index(), 0u);
-    backend.pad(1).clear();  // and goes away
+    set_pad(1, [](ScriptedPad& p) { p.rows.clear(); });  // and goes away
     writer.resolve(backend);
     EXPECT_EQ(writer.attribute_index(), no_attribute);
     EXPECT_FALSE(writer.is_active());
@@ -67,35 +62,29 @@ TEST(ConstantWriter, FollowsItsIdAndEndsWhenItIsGoneOrAtItsDeadline) {
     EXPECT_EQ(ended.attribute_index(), 1u);
     EXPECT_FALSE(ended.is_active());  // at the deadline itself the hold is over
     ended.apply(in, out);             // still writes: the is_active pass decides, not apply
-    ConstantWriter stray(5, "b", AttributeValue::make_button(false), in_an_hour);
+    ConstantWriter stray(2, "b", AttributeValue::make_button(false), in_an_hour);
     stray.resolve(backend);
     EXPECT_TRUE(stray.is_active());
-    stray.apply(in, out);  // pad 5 lies beyond the states
+    stray.apply(in, out);  // pad 2 lies beyond the states
     EXPECT_EQ(out.size(), 2u);
     EXPECT_TRUE(out[0].values[1].as_button());
 }
 
-TEST(FeedWriter, MapsByIdTypeAndDirectionAndSendsMotorsBack) {
+TEST_F(Writers, FeedMapsByIdTypeAndDirectionAndSendsMotorsBack) {
     const std::vector<AttributeInfo> source{{"stick", Stick, Input},  {"a", Button, Input},
                                             {"motor", Motor, Output}, {"t", Button, Input},
                                             {"io", Motor, Input},     {"a", Trigger, Input}};
     const std::vector<AttributeInfo> target{
         {"a", Button, Input},     {"t", Trigger, Input}, {"only_target", Button, Input},
         {"motor", Motor, Output}, {"io", Motor, Output}, {"stick", Stick, Input}};
-    ListBackend backend({source, target});
+    ScriptedBackend& backend = own_backend({pad_with(source), pad_with(target)});
     FeedWriter feed(0, 1);
     feed.resolve(backend);
-    ASSERT_EQ(feed.mapping().size(), 6u);
-    const std::uint64_t expected_source[] = {1, no_attribute, no_attribute, 2, no_attribute, 0};
-    for (std::size_t i = 0; i < 6; ++i) {
-        EXPECT_EQ(feed.mapping()[i].source_index, expected_source[i]) << i;
-        EXPECT_EQ(feed.mapping()[i].direction, i == 3 ? Output : Input) << i;
-    }
-
     std::vector<GamepadState> in = states(2, 6), out = states(2, 6);
     in[0].values[0] = AttributeValue::make_stick({0.2, 0.5, -0.5});
     in[0].values[1] = AttributeValue::make_button(true);
     in[1].values[3] = AttributeValue::make_motor(0.75);
+    in[0].values[4] = in[1].values[4] = AttributeValue::make_motor(0.5);  // "io": no match
     in[1].values[1] = AttributeValue::make_trigger(1.0);
     feed.apply(in, out);
     EXPECT_TRUE(out[1].values[0].as_button());
@@ -104,6 +93,8 @@ TEST(FeedWriter, MapsByIdTypeAndDirectionAndSendsMotorsBack) {
     EXPECT_EQ(out[0].values[2].as_motor(), 0.75);
     EXPECT_EQ(out[1].values[1].kind, Kind::Empty);  // no source: stays Empty
     EXPECT_EQ(out[1].values[2].kind, Kind::Empty);
+    EXPECT_EQ(out[0].values[4].kind, Kind::Empty);
+    EXPECT_EQ(out[1].values[4].kind, Kind::Empty);
 
     // Either pad away: nothing is written, and the mapping waits for both to come back.
     for (std::size_t away : {0u, 1u}) {
@@ -118,11 +109,11 @@ TEST(FeedWriter, MapsByIdTypeAndDirectionAndSendsMotorsBack) {
     EXPECT_EQ(feed.mapping().size(), 6u);
     EXPECT_TRUE(feed.is_active());
 
-    backend.pad(0).clear();
+    set_pad(0, [](ScriptedPad& p) { p.rows.clear(); });
     feed.resolve(backend);
     for (const FeedMapping& entry : feed.mapping())
         EXPECT_EQ(entry.source_index, no_attribute);
-    backend.pad(1).clear();
+    set_pad(1, [](ScriptedPad& p) { p.rows.clear(); });
     feed.resolve(backend);
     EXPECT_TRUE(feed.mapping().empty());
 }
@@ -142,94 +133,75 @@ TEST(SimplexNoise, KnownValuesAndThePermutation) {
     EXPECT_EQ(std::set<int>(noise_permutation.begin(), noise_permutation.end()).size(), 256u);
 }
 
+// What a value reads as through every accessor, its kind first.
+std::array<double, 7> readings(const AttributeValue& v) {
+    const StickValue s = v.as_stick();
+    return {
+        double(v.kind), double(v.as_button()), v.as_trigger(), v.as_motor(), s.deadzone, s.x, s.y};
+}
+
 TEST(NoiseWriter, BlendsByTypeOverWhatEarlierWritersLeft) {
     const float at_half = simplex_noise(0.5f);
     const double u = static_cast<double>(at_half) * 0.5 + 0.5;
-    const AttributeValue empty{};
-    const AttributeValue released = AttributeValue::make_button(false);
-
-    EXPECT_TRUE(NoiseWriter::blend(Button, empty, at_half, 1.0).as_button());
-    EXPECT_FALSE(NoiseWriter::blend(Button, empty, at_half, 0.0).as_button());
-    EXPECT_TRUE(NoiseWriter::blend(Button, released, at_half, u).as_button());  // equality presses
-    EXPECT_FALSE(NoiseWriter::blend(Button, released, at_half, u - 1e-9).as_button());
-    EXPECT_TRUE(
-        NoiseWriter::blend(Button, AttributeValue::make_button(true), at_half, 0.0).as_button());
-
-    const AttributeValue pulled = AttributeValue::make_trigger(0.2);
-    EXPECT_EQ(NoiseWriter::blend(Trigger, pulled, at_half, 1.0).as_trigger(), u);
-    EXPECT_EQ(NoiseWriter::blend(Trigger, pulled, at_half, 0.0).as_trigger(), 0.2);
-    const AttributeValue kept = NoiseWriter::blend(Trigger, empty, at_half, 0.0);
-    EXPECT_EQ(kept.kind, Kind::Trigger);
-    EXPECT_EQ(kept.as_trigger(), 0.0);
-    EXPECT_DOUBLE_EQ(NoiseWriter::blend(Trigger, pulled, at_half, 0.5).as_trigger(),
-                     0.2 + (u - 0.2) * 0.5);
-    // A previous of another kind counts as zero and is replaced.
-    EXPECT_EQ(NoiseWriter::blend(Motor, pulled, at_half, 0.5).as_motor(), u * 0.5);
-    EXPECT_EQ(NoiseWriter::blend(Motor, pulled, at_half, 0.5).kind, Kind::Motor);
-
-    const StickValue rest = NoiseWriter::blend(Stick, empty, 0.0f, 0.8).as_stick();
-    EXPECT_EQ(rest.deadzone, 0.0);
-    EXPECT_EQ(rest.x, 0.0);
-    EXPECT_EQ(rest.y, 0.8);  // noise 0 points straight up, at radius amplitude
-    const AttributeValue mirrored = AttributeValue::make_stick({0.24, 0.5, 0.5});
-    const StickValue pulled_stick = NoiseWriter::blend(Stick, mirrored, at_half, 0.5).as_stick();
-    EXPECT_EQ(pulled_stick.deadzone, 0.24);
     const double angle = 2.0 * (static_cast<double>(at_half) * 3.141592653589793);
-    EXPECT_DOUBLE_EQ(pulled_stick.x, 0.5 + (std::sin(angle) - 0.5) * 0.5);
-    EXPECT_DOUBLE_EQ(pulled_stick.y, 0.5 + (std::cos(angle) - 0.5) * 0.5);
-    EXPECT_EQ(NoiseWriter::blend(static_cast<AttributeType>(9), pulled, at_half, 1.0).as_trigger(),
-              0.2);
+    const AttributeValue empty{}, pulled = AttributeValue::make_trigger(0.2);
+    const auto button = [](bool pressed) { return AttributeValue::make_button(pressed); };
+    const auto stick = [](double deadzone, double x, double y) {
+        return AttributeValue::make_stick({deadzone, x, y});
+    };
+    const struct {
+        AttributeType type;
+        AttributeValue previous;
+        float noise;
+        double amplitude;
+        AttributeValue blended;
+    } rows[] = {
+        {Button, empty, at_half, 1.0, button(true)},
+        {Button, empty, at_half, 0.0, button(false)},
+        {Button, button(false), at_half, u, button(true)},  // equality presses
+        {Button, button(false), at_half, u - 1e-9, button(false)},
+        {Button, button(true), at_half, 0.0, button(true)},
+        {Trigger, pulled, at_half, 1.0, AttributeValue::make_trigger(u)},
+        {Trigger, pulled, at_half, 0.0, pulled},
+        {Trigger, empty, at_half, 0.0, AttributeValue::make_trigger(0.0)},
+        {Trigger, pulled, at_half, 0.5, AttributeValue::make_trigger(0.2 + (u - 0.2) * 0.5)},
+        // A previous of another kind counts as zero and is replaced.
+        {Motor, pulled, at_half, 0.5, AttributeValue::make_motor(u * 0.5)},
+        {Stick, empty, 0.0f, 0.8, stick(0.0, 0.0, 0.8)},  // noise 0 points straight up
+        {Stick, stick(0.24, 0.5, 0.5), at_half, 0.5,
+         stick(0.24, 0.5 + (std::sin(angle) - 0.5) * 0.5, 0.5 + (std::cos(angle) - 0.5) * 0.5)},
+        {static_cast<AttributeType>(9), pulled, at_half, 1.0, pulled},
+    };
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        const auto& row = rows[i];
+        EXPECT_EQ(readings(NoiseWriter::blend(row.type, row.previous, row.noise, row.amplitude)),
+                  readings(row.blended))
+            << "row " << i;
+    }
 }
 
-TEST(NoiseWriter, ResolvesTypeAndWritesOnlyItsSlotUntilTheAttributeIsGone) {
-    ListBackend backend({{{"a", Button, Input}, {"stick", Stick, Input}}});
+TEST_F(Writers, NoiseResolvesItsTypeAndWritesOnlyItsSlotOnACircle) {
+    ScriptedBackend& backend =
+        own_backend({pad_with({{"a", Button, Input}, {"stick", Stick, Input}})});
     NoiseWriter writer(0, "stick", 2.0, 1.0, draw_noise_seed(), in_an_hour);
-    EXPECT_EQ(writer.attribute_type(), Button);
     writer.resolve(backend);
     EXPECT_EQ(writer.attribute_type(), Stick);
-    EXPECT_TRUE(writer.is_active());
     std::vector<GamepadState> in = states(1, 2), out = states(1, 2);
     writer.apply(in, out);
     const StickValue wiggled = out[0].values[1].as_stick();
     EXPECT_NEAR(std::hypot(wiggled.x, wiggled.y), 1.0, 1e-12);  // on the circle of radius 1
     EXPECT_EQ(out[0].values[0].kind, Kind::Empty);
 
-    backend.pad(0).pop_back();
+    set_pad(0, [](ScriptedPad& p) { p.rows.pop_back(); });
     writer.resolve(backend);
     EXPECT_EQ(writer.attribute_type(), Stick);  // left alone without a match
-    EXPECT_FALSE(writer.is_active());
 
     EXPECT_EQ(noise_seed_from_bits(0), 0.0);
     EXPECT_LT(noise_seed_from_bits(~0ull), 1'000'000.0);
     EXPECT_GT(noise_seed_from_bits(~0ull), 999'999.99);
-    const double seed = draw_noise_seed();
-    EXPECT_TRUE(seed >= 0.0 && seed < 1'000'000.0);
 }
 
-TEST(Writers, ApplyAllocatesNothing) {
-    if (!testsupport::AllocationCounter::supported()) GTEST_SKIP() << "no counting allocator";
-    const std::vector<AttributeInfo> rows{
-        {"a", Button, Input}, {"t", Trigger, Input}, {"s", Stick, Input}, {"m", Motor, Output}};
-    ListBackend backend({rows, rows});
-    ConstantWriter constant(1, "a", AttributeValue::make_button(true), in_an_hour);
-    FeedWriter feed(0, 1);
-    NoiseWriter button(1, "a", 1.0, 0.5, 10.0, in_an_hour);
-    NoiseWriter stick(1, "s", 1.0, 0.5, 10.0, in_an_hour);
-    Writer* writers[] = {&constant, &feed, &button, &stick};
-    for (Writer* writer : writers)
-        writer->resolve(backend);
-    std::vector<GamepadState> in = states(2, 4), out = states(2, 4);
-
-    testsupport::AllocationCounter allocations;
-    for (int tick = 0; tick < 100; ++tick) {
-        for (Writer* writer : writers) {
-            if (writer->is_active()) writer->apply(in, out);
-        }
-    }
-    EXPECT_EQ(allocations.count(), 0u);
-}
-
-TEST(Deadline, TruncatesToWholeMillisecondsAndSaturates) {
+TEST(Milliseconds, DurationsAndTickPeriodsAreWholeAndSaturate) {
     constexpr std::int32_t least = std::numeric_limits<std::int32_t>::min();
     constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
     const std::pair<double, std::int32_t> cases[] = {
@@ -238,6 +210,12 @@ TEST(Deadline, TruncatesToWholeMillisecondsAndSaturates) {
         {-1e12, least},      {std::nan(""), 0}};
     for (const auto& [seconds, ms] : cases)
         EXPECT_EQ(duration_ms(seconds), ms) << seconds;
+    // Any rate gives a whole-millisecond tick period, so the polling thread never stalls.
+    const std::pair<std::int32_t, std::int32_t> periods[] = {
+        {1, 1000}, {240, 4},  {250, 4},  {251, 3}, {333, 3},  {334, 2},   {500, 2},
+        {501, 1},  {1000, 1}, {5000, 1}, {-5, 1},  {0, 1000}, {least, 1}, {most, 1}};
+    for (const auto& [rate, period] : periods)
+        EXPECT_EQ(tick_period_ms(rate), period) << rate;
 
     const std::int64_t before = platform::monotonic_now_ns();
     const std::int64_t deadline = deadline_after(100);

@@ -7,10 +7,7 @@ namespace testsupport {
 using namespace gamepad;
 
 ScriptedBackend::ScriptedBackend(std::vector<ScriptedPad> pads)
-    : pads_(std::move(pads)), written_(pads_.size()) {
-    for (GamepadState& state : written_)
-        state.values.reserve(64);
-}
+    : pads_(std::move(pads)), written_(pads_.size()) {}
 
 void ScriptedBackend::edit(const std::function<void(std::vector<ScriptedPad>&)>& change) {
     std::lock_guard lock(mutex_);
