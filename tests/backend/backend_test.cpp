@@ -8,6 +8,7 @@
 
 #include "backend/attribute_table.h"
 #include "backend_fixture.h"
+#include "support/allocation_counter.h"
 
 namespace gamepad {
 namespace {
@@ -249,6 +250,24 @@ TEST_F(ViGEmBackendTest, RumbleDuringDiscoveryIsKeptAndWritesGoOutOnce) {
     backend->write_gamepad(pad, out);
     EXPECT_EQ(reports(), sent + 2);
     EXPECT_EQ(captured.back(), "warning Gamepad: could not update ViGEM target - error 0xe0000003");
+}
+
+TEST_F(XInputBackendTest, NormalReadsAndWritesAllocateNothing) {
+    if (!testsupport::AllocationCounter::supported()) GTEST_SKIP() << "no counting allocator";
+    plug(1);
+    GamepadState out{true, std::vector<AttributeValue>(backend->attribute_count(1))};
+    out.values[position_of(1, "motor_left")] = AttributeValue::make_motor(1.0);
+    backend->write_gamepad(1, out);  // the machine's counters take their first entries
+    testsupport::AllocationCounter allocations;
+    for (int i = 0; i < 50; ++i) {
+        zestsim::set_triggers(1, static_cast<std::uint8_t>(i), 0);
+        EXPECT_EQ(backend->read_gamepad(1, state), ReadFlags());
+        out.values[position_of(1, "motor_left")] = AttributeValue::make_motor(i / 50.0);
+        backend->write_gamepad(1, out);
+    }
+    EXPECT_EQ(allocations.count(), 0u);
+    EXPECT_EQ(zestsim::calls("XInputSetState", 1), 51u);
+    EXPECT_EQ(value(1, "trigger_left").as_trigger(), 49 / 255.0);
 }
 
 }  // namespace

@@ -45,21 +45,60 @@ bool AllocationCounter::supported() {
 
 #if !defined(__SANITIZE_THREAD__)
 
-// The unaligned forms only; the library's array and nothrow forms call these.
-void* operator new(std::size_t size) {
+// Every unaligned form is replaced: a sanitizer's runtime supplies the ones left out, and its
+// memory would then reach the free() below (and go uncounted).
+namespace {
+void* counted_new(std::size_t size) noexcept {
     if (active_count != nullptr) ++*active_count;
     if (counted_thread.load(std::memory_order_relaxed) == std::this_thread::get_id()) {
         thread_count.fetch_add(1);
     }
-    if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
+    return std::malloc(size == 0 ? 1 : size);
+}
+
+void* counted_new_or_throw(std::size_t size) {
+    if (void* memory = counted_new(size)) return memory;
     throw std::bad_alloc();
+}
+}  // namespace
+
+void* operator new(std::size_t size) {
+    return counted_new_or_throw(size);
+}
+
+void* operator new[](std::size_t size) {
+    return counted_new_or_throw(size);
+}
+
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return counted_new(size);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return counted_new(size);
 }
 
 void operator delete(void* memory) noexcept {
     std::free(memory);
 }
 
+void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+
 void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+void operator delete[](void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, const std::nothrow_t&) noexcept {
+    std::free(memory);
+}
+
+void operator delete[](void* memory, const std::nothrow_t&) noexcept {
     std::free(memory);
 }
 
