@@ -1,7 +1,5 @@
 #pragma once
 
-#include <QString>
-
 #include <gtest/gtest.h>
 
 #include <string>
@@ -11,18 +9,12 @@
 #include "backend/vigem_backend.h"
 #include "hostapi/host_wrappers.h"
 #include "support/kit_fixture.h"
+#include "support/log_capture.h"
 #include "zestsim/zestsim.h"
 
 namespace gamepad {
 
 constexpr std::size_t none = static_cast<std::size_t>(-1);
-
-inline std::vector<std::string> captured;
-
-inline void capture(QtMsgType type, const QMessageLogContext&, const QString& text) {
-    const char* level = type == QtInfoMsg ? "info " : type == QtWarningMsg ? "warning " : "debug ";
-    captured.push_back(level + text.toStdString());
-}
 
 // The XInput pads and the virtual one on the backend the plug-in makes; its log lines are kept.
 class XInputBackendTest : public KitTest {
@@ -31,12 +23,9 @@ protected:
         KitTest::SetUp();
         plugin_host_handle = hostkit::host_handle();
         zestsim::reset();
-        captured.clear();
-        previous_handler = qInstallMessageHandler(capture);
     }
     void TearDown() override {
         backend.reset();  // also with a pad attached: nothing is left behind
-        qInstallMessageHandler(previous_handler);
         EXPECT_EQ(zestsim::plugged_targets(), 0u);
         EXPECT_EQ(zestsim::pending_requests(), 0u);
         KitTest::TearDown();
@@ -72,9 +61,11 @@ protected:
     std::uint32_t attach(std::size_t& pad) { return backend->attach_virtual_gamepad(0, pad); }
     std::uint64_t reports() { return zestsim::ioctl_calls(BUS_IOCTL_SUBMIT_X360_REPORT); }
 
+    std::string last_log() const { return logged.lines().back(); }
+
+    const testsupport::LogCapture logged;  // first made, last gone: it sees the backend's end
     std::unique_ptr<ViGEmBackend> backend = std::make_unique<ViGEmBackend>();
     GamepadState state;
-    QtMessageHandler previous_handler = nullptr;
 };
 
 using ViGEmBackendTest = XInputBackendTest;

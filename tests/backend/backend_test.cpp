@@ -133,11 +133,11 @@ TEST_F(ViGEmBackendTest, AttachFindsTheTargetBehindTheSentinelAndLogsEachStage) 
     std::size_t pad = 9;
     ASSERT_EQ(attach(pad), 0u);
     EXPECT_EQ(pad, 2u);
-    EXPECT_THAT(captured, ElementsAre("info Gamepad: connecting to ViGEm",
-                                      "info Gamepad: attaching ViGEm target",
-                                      "info Gamepad: discovering ViGEm target",
-                                      "info Gamepad: ViGEm target set up "
-                                      "successfully as user 2"));
+    EXPECT_THAT(logged.lines(), ElementsAre("info Gamepad: connecting to ViGEm",
+                                            "info Gamepad: attaching ViGEm target",
+                                            "info Gamepad: discovering ViGEm target",
+                                            "info Gamepad: ViGEm target set up "
+                                            "successfully as user 2"));
     EXPECT_EQ(zestsim::target_report(1).thumb_lx, 0);  // the zero report after the sentinel
     EXPECT_EQ(backend->gamepad_capabilities(2), GamepadCapabilities(15));
     EXPECT_STREQ(backend->attribute_info(2, 12).id, "button_guide");
@@ -161,12 +161,11 @@ TEST_F(ViGEmBackendTest, FailuresEndInTheirCodesWithNothingLeftPlugged) {
     std::size_t pad = 0;
     zestsim::set_bus_driver(false);
     EXPECT_EQ(attach(pad), 2u);
-    EXPECT_EQ(captured.back(),
-              "warning Gamepad: could not connect to ViGEm driver - error 0xe0000001");
+    EXPECT_EQ(last_log(), "warning Gamepad: could not connect to ViGEm driver - error 0xe0000001");
     zestsim::set_bus_driver(true);
     zestsim::refuse_all_serials(true);
     EXPECT_EQ(attach(pad), 3u);  // connected anew, then refused
-    EXPECT_EQ(captured.back(), "warning Gamepad: could not add ViGEm target - error 0xe0000002");
+    EXPECT_EQ(last_log(), "warning Gamepad: could not add ViGEm target - error 0xe0000002");
     zestsim::refuse_all_serials(false);
 
     zestsim::set_target_appearance(zestsim::Appearance::Never);
@@ -174,10 +173,10 @@ TEST_F(ViGEmBackendTest, FailuresEndInTheirCodesWithNothingLeftPlugged) {
     clock.start();
     EXPECT_EQ(attach(pad), 1u);
     EXPECT_GE(clock.elapsed(), 900);  // about a second of discovery
-    EXPECT_EQ(captured.back(), "warning Gamepad: could not discover ViGEm target: timed out");
+    EXPECT_EQ(last_log(), "warning Gamepad: could not discover ViGEm target: timed out");
     EXPECT_EQ(zestsim::plugged_targets(), 0u);
     backend->detach_virtual_gamepad(0);  // nothing attached: logged, and nothing else
-    EXPECT_EQ(captured.back(), "warning Gamepad: could not remove ViGEm target - error 0xe0000003");
+    EXPECT_EQ(last_log(), "warning Gamepad: could not remove ViGEm target - error 0xe0000003");
     EXPECT_EQ(backend->attach_error_text(0, 1), "VirtualGamepad.ErrorUnknown");
     EXPECT_EQ(backend->attach_error_text(0, 2), "VirtualGamepad.ErrorNoDriver");
     EXPECT_EQ(backend->attach_error_text(0, 3), "VirtualGamepad.ErrorNoFreeSlot");
@@ -249,7 +248,7 @@ TEST_F(ViGEmBackendTest, RumbleDuringDiscoveryIsKeptAndWritesGoOutOnce) {
     backend->write_gamepad(pad, out);
     backend->write_gamepad(pad, out);
     EXPECT_EQ(reports(), sent + 2);
-    EXPECT_EQ(captured.back(), "warning Gamepad: could not update ViGEM target - error 0xe0000003");
+    EXPECT_EQ(last_log(), "warning Gamepad: could not update ViGEM target - error 0xe0000003");
 }
 
 TEST_F(XInputBackendTest, NormalReadsAndWritesAllocateNothing) {

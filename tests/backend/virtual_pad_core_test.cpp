@@ -19,6 +19,7 @@
 #include "pluginstate/virtual_gamepad_status_label.h"
 #include "support/eventually.h"
 #include "support/kit_fixture.h"
+#include "support/log_capture.h"
 #include "zestsim/zestsim.h"
 
 namespace gamepad {
@@ -142,7 +143,7 @@ TEST_F(VirtualPadCoreTest, RandomSwitchingFaultsAndUnloadsEndInTheTruth) {
     const std::uint64_t steps = from_environment("ZEST_RANDOM_STEPS", 300);
     SCOPED_TRACE("ZEST_RANDOM_SEED=" + std::to_string(seed));
     std::mt19937_64 random(seed);
-    const QtMessageHandler previous = qInstallMessageHandler([](QtMsgType, auto&, auto&) {});
+    const testsupport::LogCapture quiet;
     hostkit::Store store;
     hostkit::Panel panel(store);
     zestsim::plug_pad(0, zestsim::Subtype::Gamepad);
@@ -213,7 +214,6 @@ TEST_F(VirtualPadCoreTest, RandomSwitchingFaultsAndUnloadsEndInTheTruth) {
         }
     }
     unload();
-    qInstallMessageHandler(previous);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include "gamepad/feed_writer.h"
 #include "gamepad/noise_writer.h"
 #include "support/allocation_counter.h"
+#include "support/log_capture.h"
 
 namespace gamepad {
 namespace {
@@ -76,11 +77,7 @@ TEST_F(ReadThreadTest, TicksPublishWhatChangedAndAMetadataChangeCarriesValuesOve
                                          "connected 1", "attribute 1 1", "attribute 1 2"));
 
     // A metadata change carries the values over by id, so that only real changes are told.
-    static QStringList messages;
-    const QtMessageHandler previous = qInstallMessageHandler(
-        [](QtMsgType, const QMessageLogContext& context, const QString& text) {
-            if (context.file == nullptr && context.function == nullptr) messages.append(text);
-        });
+    const testsupport::LogCapture logged;
     set_pad(0, [](ScriptedPad& p) {  // same attributes and values, another order
         std::swap(p.rows[0], p.rows[1]);
         std::swap(p.values[0], p.values[1]);
@@ -89,11 +86,9 @@ TEST_F(ReadThreadTest, TicksPublishWhatChangedAndAMetadataChangeCarriesValuesOve
         p.metadata_changed = true;
     });
     step();
-    qInstallMessageHandler(previous);
     EXPECT_THAT(log->take(), ElementsAre("changed 0", "metadata 0", "any"));
-    EXPECT_THAT(
-        messages,
-        ElementsAre(QStringLiteral("Gamepad: updated metadata of gamepad 0 with 4 attributes")));
+    EXPECT_THAT(logged.lines(),
+                ElementsAre("debug Gamepad: updated metadata of gamepad 0 with 4 attributes"));
     const GamepadMetadata& metadata = *thread->exchange(0).metadata_view();
     ASSERT_EQ(metadata.attributes.size(), 4u);
     EXPECT_EQ(metadata.attributes[0].id, "t");
