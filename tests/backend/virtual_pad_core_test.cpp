@@ -1,6 +1,5 @@
 #include <QtGlobal>
 
-#include <cstdlib>
 #include <random>
 #include <string>
 
@@ -20,6 +19,7 @@
 #include "support/eventually.h"
 #include "support/kit_fixture.h"
 #include "support/log_capture.h"
+#include "support/random_seed.h"
 #include "zestsim/zestsim.h"
 
 namespace gamepad {
@@ -81,11 +81,6 @@ std::string untruth(const Game::Impl& core, const Gamepads* panel_pads, hostkit:
            std::to_string(zestsim::vibration(2).left);
 }
 
-std::uint64_t from_environment(const char* name, std::uint64_t otherwise) {
-    const char* value = std::getenv(name);
-    return value == nullptr ? otherwise : std::strtoull(value, nullptr, 10);
-}
-
 // A driver that refuses a request at once. An unplug it refuses leaves the pad plugged, which
 // no client can help, so that one is left out here.
 constexpr DWORD refusable[] = {BUS_IOCTL_CHECK_VERSION,
@@ -139,8 +134,8 @@ struct CountedCore {
 // users, goes on when it resumes, and stops when the core ends at once. ZEST_RANDOM_STEPS makes
 // the run longer, ZEST_RANDOM_SEED replays one.
 TEST_F(VirtualPadCoreTest, RandomSwitchingFaultsAndUnloadsEndInTheTruth) {
-    const std::uint64_t seed = from_environment("ZEST_RANDOM_SEED", std::random_device()());
-    const std::uint64_t steps = from_environment("ZEST_RANDOM_STEPS", 300);
+    const std::uint64_t seed = testsupport::random_seed();
+    const std::uint64_t steps = testsupport::from_environment("ZEST_RANDOM_STEPS", 300);
     SCOPED_TRACE("ZEST_RANDOM_SEED=" + std::to_string(seed));
     std::mt19937_64 random(seed);
     const testsupport::LogCapture quiet;

@@ -7,6 +7,7 @@
 #include "core_fixture.h"
 #include "gamepad/command_queue.h"
 #include "gamepad/publication_channel.h"
+#include "support/random_seed.h"
 
 namespace gamepad {
 namespace {
@@ -59,9 +60,9 @@ struct Channel {
 };
 
 TEST(PublicationChannel, AnyInterleavingBringsTheNewestAndNeverAnOlderOne) {
-    const unsigned seed = std::random_device{}();
-    SCOPED_TRACE(testing::Message() << "seed " << seed);
-    std::mt19937 random(seed);
+    const std::uint64_t seed = testsupport::random_seed();
+    SCOPED_TRACE("ZEST_RANDOM_SEED=" + std::to_string(seed));
+    std::mt19937_64 random(seed);
     for (int round = 0; round < 50; ++round) {
         Channel c;
         EXPECT_FALSE(c.channel.collect());

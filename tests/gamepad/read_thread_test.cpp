@@ -10,6 +10,7 @@
 #include "gamepad/noise_writer.h"
 #include "support/allocation_counter.h"
 #include "support/log_capture.h"
+#include "support/random_seed.h"
 
 namespace gamepad {
 namespace {
@@ -131,9 +132,9 @@ TEST_F(ReadThreadTest, WritersAreResolvedCheckedAndAppliedInArrivalOrder) {
 // release that fits the record reaches the users once, in order, with its own value; a longer
 // burst never doubles or inverts one; the state ends right; one delivery runs per hold.
 TEST_F(ReadThreadTest, AHeldMainThreadGetsEveryButtonTransitionOnceInOrderWithItsOwnValue) {
-    const unsigned seed = std::random_device{}();
-    SCOPED_TRACE(testing::Message() << "seed " << seed);
-    std::mt19937 random(seed);
+    const std::uint64_t seed = testsupport::random_seed();
+    SCOPED_TRACE("ZEST_RANDOM_SEED=" + std::to_string(seed));
+    std::mt19937_64 random(seed);
     start({pad_with(three_rows)});
     step();
     log->take();
