@@ -3,7 +3,10 @@
 #include <filesystem>
 #include <iterator>
 #include <stdexcept>
+#include <string>
 #include <thread>
+
+#include <unistd.h>
 
 #include "kit/kit.h"
 #include "support/eventually.h"
@@ -88,10 +91,13 @@ void PluginTest::await_reads(std::size_t pad, bool held) {
 
 int thread_count() {
     // ThreadSanitizer starts a thread of its own with the first thread of the process; one
-    // started and ended here keeps that thread out of what is counted.
+    // started and ended here keeps that thread out of what is counted. A joined thread may stay
+    // listed for a moment on a busy machine, so the count waits until it is gone.
     static const bool runtime_started = [] {
-        std::thread([] {}).join();
-        return true;
+        pid_t ended = 0;
+        std::thread([&ended] { ended = gettid(); }).join();
+        const std::filesystem::path task("/proc/self/task/" + std::to_string(ended));
+        return eventually([&] { return !std::filesystem::exists(task); });
     }();
     (void)runtime_started;
     const std::filesystem::directory_iterator tasks("/proc/self/task");
