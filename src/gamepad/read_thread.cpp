@@ -63,11 +63,11 @@ void ReadThread::push_command(Command command) {
 bool ReadThread::event(QEvent* event) {
     if (event->type() != DeliveryEvent::event_type()) return QThread::event(event);
     static_cast<DeliveryEvent*>(event)->mark_delivered();
-    collect_publications();
+    collect_publication();
     return true;
 }
 
-void ReadThread::collect_publications() {
+void ReadThread::collect_publication() {
     delivery_pending_.store(false);
     if (delivering_) {
         // A user's nested event loop: the views must not move under the delivery that runs, so

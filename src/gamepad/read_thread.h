@@ -45,7 +45,7 @@ public:
     // Main thread, on a delivery: brings what was published into the views and tells what
     // changed since the last delivery through the signals, the button transitions of all pads
     // in the order they happened, each with its own value, and then the notes in theirs.
-    void collect_publications();
+    void collect_publication();
     // Main thread: the pad's views. Only the views may be read from there.
     const GamepadExchange& exchange(std::size_t gamepad) const { return gamepads_[gamepad]; }
 
