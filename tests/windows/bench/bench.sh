@@ -2,16 +2,24 @@
 # The Wine bench: a Wine prefix with the test bus driver installed, and one Wine session per
 # test in which the driver and the program meet the SDL pads through a fresh pad board.
 #
+# Called:
 #   bench.sh prepare WINE DRIVER_SYS
 #       makes the prefix if needed and installs the driver (its service and device-interface
-#       keys); once per prefix, the driver file again whenever it changed.
-#   bench.sh run WINE BOARD [--path DLL_FOLDERS] PROGRAM ARGS...
-#       makes the board file BOARD (Linux path), starts one Wine session with the driver
-#       running, runs PROGRAM under Wine with ZEST_PAD_BOARD set, and ends the session.
+#       keys); the keys once per prefix, the driver file again whenever it changed.
+#   bench.sh run WINE BOARD [--path DLL_FOLDERS] [--ld-path FOLDER] PROGRAM ARGS...
+#       makes the board file BOARD (a Linux path), starts one Wine session with the driver
+#       running, runs PROGRAM under Wine with ZEST_PAD_BOARD set to BOARD, and ends the session,
+#       so that nothing outlives the test. DLL_FOLDERS (colon-separated) become WINEPATH;
+#       FOLDER goes first in LD_LIBRARY_PATH (where the SDL pads' wrapper library is).
+# Sourced: bench_prepare, bench_start and bench_end, for a test that does more than run one
+# program (see each).
 #
 # The prefix is ZEST_BENCH_PREFIX, else WINEPREFIX with "-bench" added (~/.wine-bench by
-# default). Tests sharing it must not run at once. LD_LIBRARY_PATH reaches every Wine process
-# of the session, Wine's device processes too, as they descend from its first process.
+# default). Tests sharing it must not run at once.
+#
+# Wine's services, its device processes among them (winebus's and our driver's), are started
+# by the first Wine process of a session and keep that process's environment; so the session
+# is started fresh, and its first process already has ZEST_PAD_BOARD and LD_LIBRARY_PATH.
 set -euo pipefail
 
 service=zestbus
@@ -61,7 +69,7 @@ REGEDIT4
 REG
 }
 
-prepare() {
+bench_prepare() {
   local wine=$1 sys=$2 drivers stamp
   if [[ ! -f $prefix/system.reg ]]; then
     "$wine" wineboot --init >/dev/null 2>&1
@@ -83,38 +91,68 @@ make_board() {
   printf 'DBPZ\001\000\000\000' | dd of="$1" conv=notrunc status=none
 }
 
-run() {
-  local wine=$1 board=$2 status=0
+# bench_start WINE BOARD [--path DLL_FOLDERS] [--ld-path FOLDER]: a fresh board and a Wine
+# session with the driver running on it. bench_end ends the session.
+bench_start() {
+  bench_wine=$1
+  bench_server=$(wineserver_of "$1")
+  local board
+  board=$(realpath -m "$2")
   shift 2
-  if [[ ${1:-} == --path ]]; then
-    if [[ -n $2 ]]; then
-      WINEPATH=$(printf '%s' "$2" | sed 's|:/|;Z:/|g; s|^|Z:|')
-      export WINEPATH
-    fi
+  while (($# > 0)); do
+    case $1 in
+      --path)
+        if [[ -n $2 ]]; then
+          WINEPATH=$(printf '%s' "$2" | sed 's|:/|;Z:/|g; s|^|Z:|')
+          export WINEPATH
+        fi
+        ;;
+      --ld-path) export LD_LIBRARY_PATH=$2${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH} ;;
+      *) echo "bench.sh: unknown option $1" >&2; return 2 ;;
+    esac
     shift 2
-  fi
-  server=$(wineserver_of "$wine")
-  board=$(realpath -m "$board")
+  done
   make_board "$board"
   export ZEST_PAD_BOARD=$board
   # Whatever another test left behind goes first; then one server for the whole test, so that
   # the driver's service lives as long as the program.
-  "$server" -k 2>/dev/null || true
-  "$server" -w
-  "$server" -p
-  trap '"$server" -k 2>/dev/null || true' EXIT
-  "$wine" reg add "HKLM\\System\\CurrentControlSet\\Services\\$service\\Parameters" /v Board \
-    /t REG_SZ /d "\\??\\Z:${board//\//\\}" /f >/dev/null
-  "$wine" net start "$service" >/dev/null
-  "$wine" "$@" || status=$?
-  "$server" -k 2>/dev/null || true
-  "$server" -w
+  "$bench_server" -k 2>/dev/null || true
+  "$bench_server" -w
+  "$bench_server" -p
+  trap bench_end EXIT
+  "$bench_wine" reg add "HKLM\\System\\CurrentControlSet\\Services\\$service\\Parameters" \
+    /v Board /t REG_SZ /d "\\??\\Z:${board//\//\\}" /f >/dev/null
+  "$bench_wine" net start "$service" >/dev/null
+}
+
+bench_end() {
+  "$bench_server" -k 2>/dev/null || true
+  "$bench_server" -w
   trap - EXIT
+}
+
+run() {
+  local wine=$1 board=$2 options=() status=0
+  shift 2
+  while [[ ${1:-} == --* ]]; do
+    options+=("$1" "$2")
+    shift 2
+  done
+  bench_start "$wine" "$board" "${options[@]}"
+  "$wine" "$@" || status=$?
+  bench_end
   return "$status"
 }
 
-case ${1:-} in
-  prepare) shift; prepare "$@" ;;
-  run) shift; run "$@" ;;
-  *) echo "usage: bench.sh prepare WINE DRIVER_SYS | run WINE BOARD [--path FOLDERS] PROGRAM ARGS..." >&2; exit 2 ;;
-esac
+# Sourced, it only defines the functions above.
+if [[ ${BASH_SOURCE[0]} == "$0" ]]; then
+  case ${1:-} in
+    prepare) shift; bench_prepare "$@" ;;
+    run) shift; run "$@" ;;
+    *)
+      echo "usage: bench.sh prepare WINE DRIVER_SYS" >&2
+      echo "       bench.sh run WINE BOARD [--path FOLDERS] [--ld-path FOLDER] PROGRAM ARGS..." >&2
+      exit 2
+      ;;
+  esac
+fi
