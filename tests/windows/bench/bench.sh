@@ -121,7 +121,7 @@ bench_start() {
   "$bench_server" -p
   trap bench_end EXIT
   "$bench_wine" reg add "HKLM\\System\\CurrentControlSet\\Services\\$service\\Parameters" \
-    /v Board /t REG_SZ /d "\\??\\Z:${board//\//\\}" /f >/dev/null
+    /v Board /t REG_SZ /d "\\??\\Z:${board//\//\\}" /f >/dev/null || return
   "$bench_wine" net start "$service" >/dev/null
 }
 

@@ -371,7 +371,10 @@ static NTSTATUS NTAPI open_handle(PDEVICE_OBJECT device, PIRP irp) {
  * waits for the next one. */
 static void poll_motors(void) {
     zest_board_pad pads[ZEST_BOARD_PADS];
-    if (!NT_SUCCESS(board_io(FALSE, PAD_OFFSET(0), pads, sizeof pads))) return;
+    BOOLEAN shown = FALSE;
+    for (ULONG i = 0; i < MAX_TARGETS; ++i)
+        shown |= targets[i].serial != 0 && targets[i].slot >= 0;
+    if (!shown || !NT_SUCCESS(board_io(FALSE, PAD_OFFSET(0), pads, sizeof pads))) return;
     for (ULONG i = 0; i < MAX_TARGETS; ++i) {
         target* t = &targets[i];
         PIRP irp;
