@@ -159,6 +159,7 @@ TEST(BusDriver, TheClientPlugsFeedsHearsRumbleAndUnplugsThroughTheBoard) {
     EXPECT_EQ(board.read().targets_plugged, 0u);
     bus_target_free(target);
     bus_client_free(client);
+    EXPECT_TRUE(eventually([&] { return board.read().requests_pended == 0; }));
     EXPECT_EQ(std::ranges::count(logged.lines(), unanswered), 0);
 }
 
@@ -193,6 +194,7 @@ TEST(BusDriver, ARequestTheDriverHoldsCostsTheClientOnlyItsBoundedWait) {
     ASSERT_EQ(bus_target_add(client, target), BUS_OK);
     Rumble rumble;
     ASSERT_EQ(bus_target_register_notification(client, target, on_rumble, &rumble), BUS_OK);
+    ASSERT_TRUE(eventually([&] { return board.read().requests_pended == 2; }));
     const auto start = std::chrono::steady_clock::now();
     bus_target_free(target);
     bus_client_free(client);

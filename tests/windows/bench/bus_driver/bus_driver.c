@@ -26,6 +26,7 @@
 #define FAULTS_OFFSET 8
 #define REFUSE_COUNT_OFFSET 16
 #define TARGETS_PLUGGED_OFFSET 40
+#define REQUESTS_PENDED_OFFSET 44
 
 typedef struct target {
     ULONG serial; /* 0: this entry is free */
@@ -44,6 +45,8 @@ static target targets[MAX_TARGETS];
 static ULONG targets_plugged;
 static KSPIN_LOCK pended_lock;
 static LIST_ENTRY pended;
+static ULONG pended_count;   /* under pended_lock */
+static ULONG pended_written; /* what the board says, polling thread */
 static KEVENT stop_polling;
 static KEVENT polling_done;
 static PDEVICE_OBJECT bus_device;
@@ -119,6 +122,7 @@ static void cancel_pended(PDEVICE_OBJECT device, PIRP irp) {
     KeAcquireSpinLock(&pended_lock, &irql);
     RemoveEntryList(&irp->Tail.Overlay.ListEntry);
     InitializeListHead(&irp->Tail.Overlay.ListEntry);
+    --pended_count;
     KeReleaseSpinLock(&pended_lock, irql);
     finish(irp, STATUS_CANCELLED, 0);
 }
@@ -139,6 +143,7 @@ static NTSTATUS pend(PIRP irp, BOOLEAN cancelable) {
         }
     }
     InsertTailList(&pended, &irp->Tail.Overlay.ListEntry);
+    ++pended_count;
     KeReleaseSpinLock(&pended_lock, irql);
     return STATUS_PENDING;
 }
@@ -157,6 +162,7 @@ static PIRP take_pended(irp_match match, ULONG_PTR key) {
         if (irp->Tail.Overlay.DriverContext[0] && IoSetCancelRoutine(irp, NULL) == NULL) continue;
         RemoveEntryList(entry);
         InitializeListHead(entry);
+        --pended_count;
         taken = irp;
     }
     KeReleaseSpinLock(&pended_lock, irql);
@@ -367,8 +373,8 @@ static NTSTATUS NTAPI open_handle(PDEVICE_OBJECT device, PIRP irp) {
     return STATUS_SUCCESS;
 }
 
-/* Every ~2 ms: a rumble set on a target's pad completes one of its pended notifications, or
- * waits for the next one. */
+/* A rumble set on a target's pad completes one of its pended notifications, or waits for the
+ * next one. */
 static void poll_motors(void) {
     zest_board_pad pads[ZEST_BOARD_PADS];
     BOOLEAN shown = FALSE;
@@ -389,6 +395,19 @@ static void poll_motors(void) {
     }
 }
 
+/* Tests wait on this count to know that a client's requests are in flight. */
+static void publish_pended(void) {
+    KIRQL irql;
+    ULONG count;
+    KeAcquireSpinLock(&pended_lock, &irql);
+    count = pended_count;
+    KeReleaseSpinLock(&pended_lock, irql);
+    if (count == pended_written) return;
+    pended_written = count;
+    board_io(TRUE, REQUESTS_PENDED_OFFSET, &count, sizeof count);
+}
+
+/* Every ~2 ms. */
 static void NTAPI polling_thread(PVOID unused) {
     LARGE_INTEGER period;
     (void)unused;
@@ -397,6 +416,7 @@ static void NTAPI polling_thread(PVOID unused) {
            STATUS_TIMEOUT) {
         ExAcquireFastMutex(&state_lock);
         poll_motors();
+        publish_pended();
         ExReleaseFastMutex(&state_lock);
     }
     KeSetEvent(&polling_done, IO_NO_INCREMENT, FALSE);
