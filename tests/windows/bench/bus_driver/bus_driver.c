@@ -20,13 +20,14 @@
 #define POLL_100NS (-20000LL) /* 2 ms, relative */
 #define INTERFACE L"ROOT#ZESTBUS#0000#{96e42b22-f5e9-42f8-b043-ed0f932f014f}"
 
-/* Bytes 0..19 of a board pad are ours for a target; its motors belong to the SDL side. */
-#define PAD_OWN_BYTES 20
-#define PAD_OFFSET(slot) (64 + 32 * (slot))
-#define FAULTS_OFFSET 8
-#define REFUSE_COUNT_OFFSET 16
-#define TARGETS_PLUGGED_OFFSET 40
-#define REQUESTS_PENDED_OFFSET 44
+/* A target's pad on the board is ours up to its motors, which belong to the SDL side. */
+#define PAD_OWN_BYTES FIELD_OFFSET(zest_board_pad, motor_large)
+#define PAD_INPUTS FIELD_OFFSET(zest_board_pad, kind)
+#define PAD_OFFSET(slot) (FIELD_OFFSET(zest_board, pads) + sizeof(zest_board_pad) * (slot))
+#define FAULTS_OFFSET FIELD_OFFSET(zest_board, faults)
+#define REFUSE_COUNT_OFFSET FIELD_OFFSET(zest_board, faults.refuse_count)
+#define TARGETS_PLUGGED_OFFSET FIELD_OFFSET(zest_board, targets_plugged)
+#define REQUESTS_PENDED_OFFSET FIELD_OFFSET(zest_board, requests_pended)
 
 typedef struct target {
     ULONG serial; /* 0: this entry is free */
@@ -75,7 +76,8 @@ static void write_count(void) {
 static void write_pad(target* t) {
     if (t->slot < 0) return;
     ++t->pad.sequence;
-    board_io(TRUE, PAD_OFFSET(t->slot) + 4, (UCHAR*)&t->pad + 4, PAD_OWN_BYTES - 4);
+    board_io(TRUE, PAD_OFFSET(t->slot) + PAD_INPUTS, (UCHAR*)&t->pad + PAD_INPUTS,
+             PAD_OWN_BYTES - PAD_INPUTS);
     board_io(TRUE, PAD_OFFSET(t->slot), &t->pad.sequence, sizeof t->pad.sequence);
 }
 
@@ -91,8 +93,9 @@ static LONG free_slot(void) {
     zest_board_pad pad;
     for (ULONG slot = ZEST_BOARD_FIRST_TARGET; slot < ZEST_BOARD_PADS; ++slot) {
         BOOLEAN held = FALSE;
-        for (ULONG i = 0; i < MAX_TARGETS; ++i)
+        for (ULONG i = 0; i < MAX_TARGETS; ++i) {
             held |= targets[i].serial != 0 && targets[i].slot == (LONG)slot;
+        }
         if (held || !NT_SUCCESS(board_io(FALSE, PAD_OFFSET(slot), &pad, sizeof pad))) continue;
         if (pad.kind == ZEST_BOARD_EMPTY) return (LONG)slot;
     }
@@ -115,7 +118,7 @@ static void finish(PIRP irp, NTSTATUS status, ULONG_PTR bytes) {
     IoCompleteRequest(irp, IO_NO_INCREMENT);
 }
 
-static void cancel_pended(PDEVICE_OBJECT device, PIRP irp) {
+static void NTAPI cancel_pended(PDEVICE_OBJECT device, PIRP irp) {
     KIRQL irql;
     (void)device;
     IoReleaseCancelSpinLock(irp->CancelIrql);
@@ -223,7 +226,7 @@ static NTSTATUS plug(const UCHAR* in, PFILE_OBJECT owner, const zest_board_fault
         zest_board_pad now;
         board_io(FALSE, PAD_OFFSET(t->slot), &now, sizeof now);
         t->pad = now; /* its sequence goes on, and only later rumbles count */
-        RtlZeroMemory((UCHAR*)&t->pad + 4, PAD_OWN_BYTES - 4);
+        RtlZeroMemory((UCHAR*)&t->pad + PAD_INPUTS, PAD_OWN_BYTES - PAD_INPUTS);
         t->pad.kind = ZEST_BOARD_TARGET;
         t->pad.serial = (USHORT)serial;
         write_pad(t);
@@ -236,7 +239,7 @@ static NTSTATUS plug(const UCHAR* in, PFILE_OBJECT owner, const zest_board_fault
 static void unplug_target(target* t) {
     const ULONG serial = t->serial;
     if (t->slot >= 0) {
-        RtlZeroMemory((UCHAR*)&t->pad + 4, PAD_OWN_BYTES - 4);
+        RtlZeroMemory((UCHAR*)&t->pad + PAD_INPUTS, PAD_OWN_BYTES - PAD_INPUTS);
         write_pad(t);
     }
     t->serial = 0;
@@ -250,7 +253,7 @@ static void unplug_target(target* t) {
 static NTSTATUS submit(const UCHAR* in) {
     target* t = find_target(u32_at(in, 4));
     if (t == NULL) return STATUS_ACCESS_DENIED;
-    RtlCopyMemory((UCHAR*)&t->pad + 8, in + 8, 12);
+    RtlCopyMemory((UCHAR*)&t->pad + FIELD_OFFSET(zest_board_pad, buttons), in + 8, 12);
     write_pad(t);
     return STATUS_SUCCESS;
 }
