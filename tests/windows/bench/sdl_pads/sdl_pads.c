@@ -104,8 +104,9 @@ static void detach(slot* s) {
 }
 
 /* Whether winebus still holds a detached controller open: it closes it at the end of the device's
- * removal, and Wine 8 loses a device that is added while a removal is still going through Plug
- * and Play (it never starts), so attaching waits for that. */
+ * removal. Wine 8 loses a device that is added or removed while another removal is still going
+ * through Plug and Play (the new one never starts, the other one never leaves), so each plug and
+ * unplug waits for the last removal to end. */
 static int removal_pending(void) {
     int pending = 0;
     unsigned i;
@@ -144,14 +145,17 @@ static void mirror(slot* s, const zest_board_pad* pad) {
 
 /* Slots in board order, so that the pad plugged in a lower slot is attached first. */
 static void poll_board(void) {
-    const int may_attach = !removal_pending();
+    int settled = !removal_pending();
     unsigned i;
     for (i = 0; i < ZEST_BOARD_PADS; ++i) {
         slot* s = &slots[i];
         zest_board_pad pad;
         if (!zest_board_read_pad(board, i, &pad)) continue;
-        if (pad.kind != ZEST_BOARD_EMPTY && !s->joystick && may_attach) attach(s);
-        if (pad.kind == ZEST_BOARD_EMPTY && s->joystick) detach(s);
+        if (pad.kind != ZEST_BOARD_EMPTY && !s->joystick && settled) attach(s);
+        if (pad.kind == ZEST_BOARD_EMPTY && s->joystick && settled) {
+            detach(s);
+            settled = 0;
+        }
         if (s->joystick && pad.sequence != s->mirrored) mirror(s, &pad);
     }
 }
