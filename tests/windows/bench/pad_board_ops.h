@@ -21,10 +21,9 @@ typedef struct zest_board_button_name {
 } zest_board_button_name;
 
 static const zest_board_button_name zest_board_button_names[] = {
-    {"up", 0x0001},     {"down", 0x0002},  {"left", 0x0004}, {"right", 0x0008},
-    {"start", 0x0010},  {"back", 0x0020},  {"ls", 0x0040},   {"rs", 0x0080},
-    {"lb", 0x0100},     {"rb", 0x0200},    {"guide", 0x0400}, {"a", 0x1000},
-    {"b", 0x2000},      {"x", 0x4000},     {"y", 0x8000}};
+    {"up", 0x0001},    {"down", 0x0002}, {"left", 0x0004}, {"right", 0x0008}, {"start", 0x0010},
+    {"back", 0x0020},  {"ls", 0x0040},   {"rs", 0x0080},   {"lb", 0x0100},    {"rb", 0x0200},
+    {"guide", 0x0400}, {"a", 0x1000},    {"b", 0x2000},    {"x", 0x4000},     {"y", 0x8000}};
 
 /* The bit of a button name, 0 for an unknown name. */
 static inline uint16_t zest_board_button_bit(const char* name) {

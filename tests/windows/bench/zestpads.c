@@ -66,11 +66,13 @@ static void show(const zest_board* board) {
         zest_board_pad pad;
         uint16_t large, small;
         uint32_t motors = zest_board_motors(board, n, &large, &small);
-        while (!zest_board_read_pad(board, n, &pad)) continue;
-        printf("%u kind %u serial %u buttons 0x%04x triggers %u %u left %d %d right %d %d "
-               "motors %u %u %u\n",
-               n, pad.kind, pad.serial, pad.buttons, pad.left_trigger, pad.right_trigger,
-               pad.thumb_lx, pad.thumb_ly, pad.thumb_rx, pad.thumb_ry, large, small, motors);
+        while (!zest_board_read_pad(board, n, &pad))
+            continue;
+        printf(
+            "%u kind %u serial %u buttons 0x%04x triggers %u %u left %d %d right %d %d "
+            "motors %u %u %u\n",
+            n, pad.kind, pad.serial, pad.buttons, pad.left_trigger, pad.right_trigger, pad.thumb_lx,
+            pad.thumb_ly, pad.thumb_rx, pad.thumb_ry, large, small, motors);
     }
     printf("targets %u\n", __atomic_load_n(&board->targets_plugged, __ATOMIC_RELAXED));
 }
@@ -114,15 +116,17 @@ int main(int argc, char** argv) {
     zest_board* board;
     int done;
     if (argc < 3) {
-        fprintf(stderr, "usage: zestpads BOARD init|show|plug|unplug|press|release|trigger|"
-                        "stick|motors|faults ...\n");
+        fprintf(stderr,
+                "usage: zestpads BOARD init|show|plug|unplug|press|release|trigger|"
+                "stick|motors|faults ...\n");
         return 2;
     }
     board = map_board(argv[1], strcmp(argv[2], "init") == 0);
     if (strcmp(argv[2], "init") == 0 && argc == 3) return zest_board_init(board), 0;
     if (strcmp(argv[2], "faults") == 0 && argc == 8) return set_faults(board, argv + 3), 0;
     done = run(board, argv[2], argv + 3, argc - 3);
-    if (done < 0) fprintf(stderr, "zestpads: bad command %s with %d arguments\n", argv[2], argc - 3);
+    if (done < 0)
+        fprintf(stderr, "zestpads: bad command %s with %d arguments\n", argv[2], argc - 3);
     if (done == 0) fprintf(stderr, "zestpads: pad %s is not a physical pad (0..3)\n", argv[3]);
     return done > 0 ? 0 : 2;
 }

@@ -36,13 +36,13 @@ static const uint16_t button_bits[SDL_CONTROLLER_BUTTON_DPAD_RIGHT + 1] = {
 };
 
 typedef struct slot {
-    unsigned index;            /* in the board, for `rumble` */
-    SDL_Joystick* joystick;    /* the mirror thread's own open reference, NULL when detached */
-    SDL_JoystickID instance;   /* what the controller is found by at detach */
-    unsigned attached;         /* how many times, which names each new controller apart */
+    unsigned index;          /* in the board, for `rumble` */
+    SDL_Joystick* joystick;  /* the mirror thread's own open reference, NULL when detached */
+    SDL_JoystickID instance; /* what the controller is found by at detach */
+    unsigned attached;       /* how many times, which names each new controller apart */
     char name[48];
-    uint32_t mirrored;         /* the board sequence last set into it */
-    SDL_JoystickID leaving;    /* the controller last detached, until winebus lets it go */
+    uint32_t mirrored;      /* the board sequence last set into it */
+    SDL_JoystickID leaving; /* the controller last detached, until winebus lets it go */
     int has_leaving;
 } slot;
 
@@ -84,7 +84,8 @@ static void attach(slot* s) {
         s->joystick = SDL_JoystickOpen(device);
     }
     SDL_UnlockJoysticks();
-    if (!s->joystick) fprintf(stderr, "sdl_pads: pad %u not attached: %s\n", s->index, SDL_GetError());
+    if (!s->joystick)
+        fprintf(stderr, "sdl_pads: pad %u not attached: %s\n", s->index, SDL_GetError());
     s->mirrored = ~0u;
 }
 
@@ -120,11 +121,15 @@ static int removal_pending(void) {
 
 /* SDL maps a virtual controller's trigger from the joystick axis's whole range, -32768 at rest,
  * and Wine scales it back to XInput's 0..255. */
-static Sint16 trigger_axis(uint8_t value) { return (Sint16)(value * 257 - 32768); }
+static Sint16 trigger_axis(uint8_t value) {
+    return (Sint16)(value * 257 - 32768);
+}
 
 /* SDL's Y axes grow downwards, XInput's upwards, and Wine turns one into the other as -1 - y:
  * the same flip here gives XInput back the board's value over the whole range. */
-static Sint16 flip(int16_t y) { return (Sint16)~y; }
+static Sint16 flip(int16_t y) {
+    return (Sint16)~y;
+}
 
 static void mirror(slot* s, const zest_board_pad* pad) {
     unsigned b;
@@ -196,9 +201,11 @@ EXPORT int SDLCALL SDL_Init(Uint32 flags) {
     int result;
     *(void**)&real_init = dlsym(RTLD_NEXT, "SDL_Init"); /* POSIX's way past ISO C's cast rule */
     result = real_init(flags);
-    if (result < 0 || !path || !*path || !(flags & (SDL_INIT_JOYSTICK | SDL_INIT_GAMECONTROLLER))) return result;
+    if (result < 0 || !path || !*path || !(flags & (SDL_INIT_JOYSTICK | SDL_INIT_GAMECONTROLLER)))
+        return result;
     if (atomic_exchange(&started, 1)) return result;
-    for (i = 0; i < ZEST_BOARD_PADS; ++i) slots[i].index = i;
+    for (i = 0; i < ZEST_BOARD_PADS; ++i)
+        slots[i].index = i;
     if (pthread_create(&mirror_thread, NULL, run_mirror, (void*)path) != 0) {
         fprintf(stderr, "sdl_pads: no mirror thread\n");
         atomic_store(&started, 0);
