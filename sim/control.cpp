@@ -221,6 +221,10 @@ void refuse_threads(bool refuse) {
     with_bus([&](detail::BusDriver&) { Machine::get().refuse_threads = refuse; });
 }
 
+void refuse_events(bool refuse) {
+    with_bus([&](detail::BusDriver&) { Machine::get().refuse_events = refuse; });
+}
+
 void set_target_appearance(Appearance appearance, int reads, std::chrono::milliseconds delay) {
     with_bus([&](detail::BusDriver& bus) {
         bus.appearance = appearance;
