@@ -96,6 +96,7 @@ struct Machine {
     bool fail_capabilities = false;
     bool refuse_threads = false;
     bool refuse_events = false;
+    std::uint32_t events_before_refusal = 0;
     BusDriver bus;
 
     static Machine& get();
