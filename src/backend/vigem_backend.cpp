@@ -106,7 +106,7 @@ std::uint32_t ViGEmBackend::attach_virtual_gamepad(std::size_t kind, std::size_t
         logger().info("Gamepad: attaching ViGEm target");
         BusTarget* target = unplugs_.back();
         unplugs_.pop_back();
-        return set_up_target(kind, pad, target);
+        return listen_and_set_up(kind, pad, target);
     }
     if (client_ == nullptr) {
         logger().info("Gamepad: connecting to ViGEm");
@@ -137,18 +137,19 @@ std::uint32_t ViGEmBackend::attach_target(std::size_t kind, std::size_t& pad) {
         free_or_keep(target);
         return 3;
     }
-    if (const BusStatus status = bus_target_register_notification(client_, target, on_rumble, this);
-        status != BUS_OK) {
+    return listen_and_set_up(kind, pad, target);
+}
+
+std::uint32_t ViGEmBackend::listen_and_set_up(std::size_t kind, std::size_t& pad,
+                                              BusTarget* target) {
+    const BusStatus status = bus_target_register_notification(client_, target, on_rumble, this);
+    if (status != BUS_OK && status != BUS_ERROR_CALLBACK_REGISTERED) {
         logger().warning("Gamepad: could not register listener to ViGEm target - error %#x",
                          status);
         bus_target_remove(client_, target);
         free_or_keep(target);
         return 1;
     }
-    return set_up_target(kind, pad, target);
-}
-
-std::uint32_t ViGEmBackend::set_up_target(std::size_t kind, std::size_t& pad, BusTarget* target) {
     rumble_target_.store(target, std::memory_order_release);  // a rumble during discovery counts
     logger().info("Gamepad: discovering ViGEm target");
     bool update_failed = false;

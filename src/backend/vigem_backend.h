@@ -66,8 +66,9 @@ private:
     void retry_unplugs();
     // Attach, after the client is connected. 0, 1 or 3.
     std::uint32_t attach_target(std::size_t kind, std::size_t& pad);
-    // Finds where `target`, plugged and listened to, shows, and makes it the virtual pad. 0 or 1.
-    std::uint32_t set_up_target(std::size_t kind, std::size_t& pad, BusTarget* target);
+    // Listens to `target`, plugged, unless it is listened to already, finds where it shows and
+    // makes it the virtual pad. 0 or 1.
+    std::uint32_t listen_and_set_up(std::size_t kind, std::size_t& pad, BusTarget* target);
     // Looks for the sentinel in XInput for about a second; the user index, or -1.
     int discover(BusTarget* target, bool& update_failed);
 
