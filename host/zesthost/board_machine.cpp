@@ -11,13 +11,12 @@
 
 #include <xinput.h>
 
-#include <atomic>
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
 
 #include "backend/bus/bus_requests.h"
-#include "pad_board.h"
+#include "pad_board_ops.h"
 #include "zesthost/machine.h"
 
 namespace zesthost {
@@ -26,23 +25,6 @@ namespace {
 
 constexpr std::uint32_t refused_status = 0xC0000001;  // STATUS_UNSUCCESSFUL: ERROR_GEN_FAILURE
 constexpr std::uint32_t always = 0xFFFFFFFF;
-
-// The board is shared with other processes: every field is read and written as it stands in
-// the file, and a pad's `sequence` is bumped after its other fields.
-template <typename T>
-T get(volatile T& field) {
-    return field;
-}
-
-template <typename T>
-void put(volatile T& field, T value) {
-    field = value;
-}
-
-void bump(volatile zest_board_pad& pad) {
-    std::atomic_thread_fence(std::memory_order_release);
-    put(pad.sequence, get(pad.sequence) + 1);
-}
 
 std::string board_path() {
     const char* path = std::getenv("ZEST_PAD_BOARD");
@@ -53,7 +35,7 @@ std::string board_path() {
     return path[0] == '/' ? std::string("Z:") + path : std::string(path);
 }
 
-volatile zest_board* map_board() {
+zest_board* map_board() {
     const std::string path = board_path();
     HANDLE file =
         CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
@@ -69,9 +51,8 @@ volatile zest_board* map_board() {
                      ? nullptr
                      : MapViewOfFile(mapping, FILE_MAP_ALL_ACCESS, 0, 0, sizeof(zest_board));
     if (mapping != nullptr) CloseHandle(mapping);
-    auto* board = static_cast<volatile zest_board*>(view);
-    if (board == nullptr || board->magic != ZEST_BOARD_MAGIC ||
-        board->version != ZEST_BOARD_VERSION) {
+    auto* board = static_cast<zest_board*>(view);
+    if (board == nullptr || !zest_board_valid(board)) {
         throw std::runtime_error("the pad board " + path + " isn't made yet");
     }
     return board;
@@ -89,6 +70,16 @@ GetState xinput_get_state() {
     return get_state;
 }
 
+PadInputs inputs(const zest_board_pad& pad) {
+    return {pad.buttons,  pad.left_trigger, pad.right_trigger, pad.thumb_lx,
+            pad.thumb_ly, pad.thumb_rx,     pad.thumb_ry};
+}
+
+PadInputs inputs(const XINPUT_GAMEPAD& pad) {
+    return {pad.wButtons, pad.bLeftTrigger, pad.bRightTrigger, pad.sThumbLX,
+            pad.sThumbLY, pad.sThumbRX,     pad.sThumbRY};
+}
+
 class BoardMachine final : public Machine {
 public:
     BoardMachine() : board_(map_board()), get_state_(xinput_get_state()) {}
@@ -97,48 +88,29 @@ public:
         if (subtype != XINPUT_DEVSUBTYPE_GAMEPAD) {
             throw std::runtime_error("the pad board holds gamepads only");
         }
-        volatile zest_board_pad& slot = board_->pads[pad];
-        put(slot.serial, std::uint16_t{0});
-        put(slot.buttons, std::uint16_t{0});
-        set_triggers(pad, 0, 0);
-        set_sticks(pad, 0, 0, 0, 0);
-        put(slot.kind, static_cast<std::uint8_t>(ZEST_BOARD_PHYSICAL));
-        bump(slot);
+        zest_board_set_plugged(board_, slot(pad), 1);
     }
-    void unplug_pad(std::size_t pad) override {
-        put(board_->pads[pad].kind, static_cast<std::uint8_t>(ZEST_BOARD_EMPTY));
-        bump(board_->pads[pad]);
-    }
+    void unplug_pad(std::size_t pad) override { zest_board_set_plugged(board_, slot(pad), 0); }
     bool is_plugged(std::size_t pad) override {
-        return get(board_->pads[pad].kind) == ZEST_BOARD_PHYSICAL;
+        return read(slot(pad)).kind == ZEST_BOARD_PHYSICAL;
     }
     void press(std::size_t pad, std::uint16_t buttons, bool down) override {
-        volatile zest_board_pad& slot = board_->pads[pad];
-        const std::uint16_t held = get(slot.buttons);
-        put(slot.buttons, static_cast<std::uint16_t>(down ? held | buttons : held & ~buttons));
-        bump(slot);
+        zest_board_set_button(board_, slot(pad), buttons, down ? 1 : 0);
     }
     void set_triggers(std::size_t pad, std::uint8_t left, std::uint8_t right) override {
-        put(board_->pads[pad].left_trigger, left);
-        put(board_->pads[pad].right_trigger, right);
-        bump(board_->pads[pad]);
+        zest_board_set_trigger(board_, slot(pad), 0, left);
+        zest_board_set_trigger(board_, slot(pad), 1, right);
     }
     void set_sticks(std::size_t pad, std::int16_t lx, std::int16_t ly, std::int16_t rx,
                     std::int16_t ry) override {
-        volatile zest_board_pad& slot = board_->pads[pad];
-        put(slot.thumb_lx, lx);
-        put(slot.thumb_ly, ly);
-        put(slot.thumb_rx, rx);
-        put(slot.thumb_ry, ry);
-        bump(slot);
+        zest_board_set_stick(board_, slot(pad), 0, lx, ly);
+        zest_board_set_stick(board_, slot(pad), 1, rx, ry);
     }
-    PadInputs pad_state(std::size_t pad) override {
-        const volatile zest_board_pad& slot = board_->pads[pad];
-        return {slot.buttons,  slot.left_trigger, slot.right_trigger, slot.thumb_lx,
-                slot.thumb_ly, slot.thumb_rx,     slot.thumb_ry};
-    }
+    PadInputs pad_state(std::size_t pad) override { return inputs(read(slot(pad))); }
     Motors vibration(std::size_t pad) override {
-        return {board_->pads[pad].motor_large, board_->pads[pad].motor_small};
+        Motors motors;
+        zest_board_motors(board_, slot(pad), &motors.left, &motors.right);
+        return motors;
     }
 
     void set_bus_driver(bool installed) override {
@@ -147,44 +119,64 @@ public:
     void refuse(BusRequest request, bool refused) override {
         const std::uint32_t code =
             request == BusRequest::Plug ? BUS_IOCTL_PLUG_TARGET : BUS_IOCTL_UNPLUG_TARGET;
-        volatile zest_board_faults& faults = board_->faults;
-        if (!refused) {
-            if (get(faults.refuse_code) == code) put(faults.refuse_code, std::uint32_t{0});
-            return;
+        zest_board_faults faults = current_faults();
+        if (refused) {
+            faults.refuse_code = code;
+            faults.refuse_status = refused_status;
+            faults.refuse_count = always;
+        } else if (faults.refuse_code == code) {
+            faults.refuse_code = 0;
         }
-        put(faults.refuse_status, refused_status);
-        put(faults.refuse_count, always);
-        put(faults.refuse_code, code);
+        zest_board_set_faults(board_, &faults);
     }
     void ignore_cancel(bool ignored) override {
-        put(board_->faults.ignore_cancel, std::uint32_t{ignored ? 1u : 0u});
+        zest_board_faults faults = current_faults();
+        faults.ignore_cancel = ignored ? 1 : 0;
+        zest_board_set_faults(board_, &faults);
     }
-    std::size_t plugged_targets() override { return board_->targets_plugged; }
+    std::size_t plugged_targets() override {
+        return __atomic_load_n(&board_->targets_plugged, __ATOMIC_ACQUIRE);
+    }
 
     // XInput can't tell one pad from another, so a target shows where the plug-in last said
     // its virtual pad is connected, while XInput has a pad there.
     std::vector<VirtualPad> virtual_pads(int reported_user) override {
         if (reported_user >= 0) shown_at_ = reported_user;
         std::vector<VirtualPad> pads;
-        for (std::size_t slot = ZEST_BOARD_FIRST_TARGET; slot < ZEST_BOARD_PADS; ++slot) {
-            const volatile zest_board_pad& target = board_->pads[slot];
-            if (get(target.kind) != ZEST_BOARD_TARGET) continue;
+        for (unsigned slot = ZEST_BOARD_FIRST_TARGET; slot < ZEST_BOARD_PADS; ++slot) {
+            const zest_board_pad target = read(slot);
             XINPUT_STATE state{};
-            if (shown_at_ < 0 || !pads.empty() ||
+            if (target.kind != ZEST_BOARD_TARGET || shown_at_ < 0 || !pads.empty() ||
                 get_state_(static_cast<DWORD>(shown_at_), &state) != ERROR_SUCCESS) {
                 continue;
             }
-            const XINPUT_GAMEPAD& report = state.Gamepad;
-            pads.push_back(
-                {target.serial, shown_at_,
-                 PadInputs{report.wButtons, report.bLeftTrigger, report.bRightTrigger,
-                           report.sThumbLX, report.sThumbLY, report.sThumbRX, report.sThumbRY}});
+            pads.push_back({target.serial, shown_at_, inputs(state.Gamepad)});
         }
         return pads;
     }
 
 private:
-    volatile zest_board* board_;
+    static unsigned slot(std::size_t pad) { return static_cast<unsigned>(pad); }
+
+    // A slot's kind and inputs as one writer left them.
+    zest_board_pad read(unsigned slot) const {
+        zest_board_pad pad{};
+        while (!zest_board_read_pad(board_, slot, &pad)) {
+        }
+        return pad;
+    }
+
+    zest_board_faults current_faults() const {
+        zest_board_faults faults{};
+        faults.refuse_code = __atomic_load_n(&board_->faults.refuse_code, __ATOMIC_ACQUIRE);
+        faults.refuse_status = ZEST_BOARD_LOAD(board_->faults.refuse_status);
+        faults.refuse_count = ZEST_BOARD_LOAD(board_->faults.refuse_count);
+        faults.ignore_cancel = ZEST_BOARD_LOAD(board_->faults.ignore_cancel);
+        faults.never_ready = ZEST_BOARD_LOAD(board_->faults.never_ready);
+        return faults;
+    }
+
+    zest_board* board_;
     GetState get_state_;
     int shown_at_ = -1;
 };
