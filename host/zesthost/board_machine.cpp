@@ -138,19 +138,23 @@ public:
         return __atomic_load_n(&board_->targets_plugged, __ATOMIC_ACQUIRE);
     }
 
-    // XInput can't tell one pad from another, so a target shows where the plug-in last said
-    // its virtual pad is connected, while XInput has a pad there.
+    bool xinput_connected(std::size_t user) override {
+        XINPUT_STATE state{};
+        return get_state_(static_cast<DWORD>(user), &state) == ERROR_SUCCESS;
+    }
+
+    // XInput can't tell one pad from another, so the first target shows where the plug-in
+    // last said its virtual pad is connected, while XInput has a pad there.
     std::vector<VirtualPad> virtual_pads(int reported_user) override {
-        if (reported_user >= 0) shown_at_ = reported_user;
         std::vector<VirtualPad> pads;
         for (unsigned slot = ZEST_BOARD_FIRST_TARGET; slot < ZEST_BOARD_PADS; ++slot) {
             const zest_board_pad target = read(slot);
             XINPUT_STATE state{};
-            if (target.kind != ZEST_BOARD_TARGET || shown_at_ < 0 || !pads.empty() ||
-                get_state_(static_cast<DWORD>(shown_at_), &state) != ERROR_SUCCESS) {
+            if (target.kind != ZEST_BOARD_TARGET || reported_user < 0 || !pads.empty() ||
+                get_state_(static_cast<DWORD>(reported_user), &state) != ERROR_SUCCESS) {
                 continue;
             }
-            pads.push_back({target.serial, shown_at_, inputs(state.Gamepad)});
+            pads.push_back({target.serial, reported_user, inputs(state.Gamepad)});
         }
         return pads;
     }
@@ -178,7 +182,6 @@ private:
 
     zest_board* board_;
     GetState get_state_;
-    int shown_at_ = -1;
 };
 
 }  // namespace

@@ -162,6 +162,7 @@ Conditions:
   virtual BUTTON down|up       the virtual pad's report, as other programs see it
   rumble INDEX on|off          what the pad's motors were last told
   targets N                    the bus driver holds N virtual pads
+  xinput INDEX connected|empty what XInput reports at the user index
   text PANEL TEXT              the panel's last pass shows TEXT, as a label, a
                                caption or a list entry
   name NODE TEXT               the node's display name)";
@@ -171,6 +172,7 @@ bool Commands::run(const std::string& line) {
     const Args args = split_words(line);
     if (args.empty() || args[0].starts_with("#")) return true;
     session_.settle();  // the user acts on what the screen shows by now
+    reported_user();
     try {
         return dispatch(args);
     } catch (const std::exception& error) {
@@ -409,6 +411,14 @@ Commands::Verdict Commands::check(const Args& condition) {
         return "the motors are at " + std::to_string(rumble.left) + " and " +
                std::to_string(rumble.right);
     }
+    if (what == "xinput" && count == 3 &&
+        (condition[2] == "connected" || condition[2] == "empty")) {
+        const auto index = to_int(condition[1]);
+        if (!index || *index < 0 || *index > 3) return "a user index is 0 to 3";
+        const bool connected = machine_.xinput_connected(static_cast<std::size_t>(*index));
+        if (connected == (condition[2] == "connected")) return std::nullopt;
+        return connected ? "XInput reports a pad there" : "XInput reports none there";
+    }
     if (what == "targets" && count == 2) {
         const std::optional<int> wanted = to_int(condition[1]);
         const std::size_t held = machine_.plugged_targets();
@@ -450,16 +460,16 @@ bool Commands::driver(const Args& args) {
     return true;
 }
 
-// What the preferences' last pass names as the virtual pad's place: "Connected as Gamepad N"
-// is user index N - 1.
+// Where the preferences last showed the virtual pad: "Connected as Gamepad N" is user index
+// N - 1. The place is kept once the panel no longer shows it, as where other programs saw it.
 int Commands::reported_user() {
     const std::string connected = "Connected as Gamepad ";
     for (const hostkit::Control& control : session_.preferences_panel().controls()) {
         const std::string text = control.text.value_or("");
         if (control.kind != hostkit::ControlKind::Label || !text.starts_with(connected)) continue;
-        if (const auto number = to_int(text.substr(connected.size()))) return *number - 1;
+        if (const auto number = to_int(text.substr(connected.size()))) reported_user_ = *number - 1;
     }
-    return -1;
+    return reported_user_;
 }
 
 std::optional<VirtualPad> Commands::shown_virtual_pad() {

@@ -56,6 +56,7 @@ private:
     Session& session_;
     Machine& machine_;
     std::string directory_;
+    int reported_user_ = -1;
     bool quit_ = false;
 };
 

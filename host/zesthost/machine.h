@@ -62,8 +62,10 @@ public:
     // Pended requests stay pending when cancelled.
     virtual void ignore_cancel(bool ignored) = 0;
     virtual std::size_t plugged_targets() = 0;
-    // `reported_user` is where the plug-in says its virtual pad is connected (-1: nowhere), for
-    // a machine that can't tell its targets' user indices by itself.
+    // Whether XInput reports a pad, physical or virtual, at this user index.
+    virtual bool xinput_connected(std::size_t user) = 0;
+    // `reported_user` is where the plug-in last said its virtual pad is connected (-1: nowhere
+    // yet), for a machine that can't tell its targets' user indices by itself.
     virtual std::vector<VirtualPad> virtual_pads(int reported_user) = 0;
 };
 

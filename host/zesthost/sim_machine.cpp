@@ -44,6 +44,7 @@ public:
     }
     void ignore_cancel(bool ignored) override { zestsim::ignore_cancel(ignored); }
     std::size_t plugged_targets() override { return zestsim::plugged_targets(); }
+    bool xinput_connected(std::size_t user) override { return zestsim::is_plugged(user); }
     std::vector<VirtualPad> virtual_pads(int) override {
         std::vector<VirtualPad> pads;
         for (std::uint32_t serial = 1; serial <= 64; ++serial) {
