@@ -12,6 +12,7 @@
 #include "gui/level_bar.h"
 #include "gui/stick_view.h"
 #include "zesthost/pad_names.h"
+#include "zesthost/sim_machine.h"
 #include "zestsim/zestsim.h"
 
 namespace zestgui {
@@ -151,7 +152,9 @@ void PadView::plug(bool plugged) {
 void PadView::set_kind() {
     if (!plugged_->isChecked()) return;
     zestsim::plug_pad(
-        *user_, zesthost::pad_kinds()[static_cast<std::size_t>(kind_->currentIndex())].subtype);
+        *user_,
+        static_cast<zestsim::Subtype>(
+            zesthost::pad_kinds()[static_cast<std::size_t>(kind_->currentIndex())].subtype));
 }
 
 void PadView::show_buttons(std::uint16_t buttons) {

@@ -9,7 +9,6 @@
 #include "zesthost/graph_file.h"
 #include "zesthost/pad_names.h"
 #include "zesthost/panel_text.h"
-#include "zestsim/zestsim.h"
 
 namespace zesthost {
 
@@ -121,8 +120,8 @@ std::vector<std::string> split_words(const std::string& line) {
     return words;
 }
 
-Commands::Commands(Session& session, std::string directory)
-    : session_(session), directory_(std::move(directory)) {}
+Commands::Commands(Session& session, std::string directory, Machine& machine)
+    : session_(session), machine_(machine), directory_(std::move(directory)) {}
 
 std::string Commands::help() {
     return R"(Commands (words with blanks go in "double quotes"):
@@ -147,7 +146,10 @@ std::string Commands::help() {
   pad triggers INDEX LEFT RIGHT        0 to 255
   pad sticks INDEX LX LY RX RY         -32768 to 32767
   driver on|off                the virtual-pad bus driver installed or not
-  driver unplug refuse|answer  the driver refuses to take targets back, or answers again
+  driver refuse|accept plug|unplug   the driver refuses such requests at once, or no longer
+  driver cancel ignore|honour  cancelled requests stay pending, or end
+  unload                       destroy every node and unload the plug-in, as the host
+                               does when it closes; the pads and the driver stay
   wait DURATION                let time pass, as 500ms or 2s
   wait until CONDITION [within DURATION]   5s unless told
   expect CONDITION             fail unless CONDITION holds now
@@ -159,6 +161,8 @@ Conditions:
   virtual connected | virtual gone
   virtual BUTTON down|up       the virtual pad's report, as other programs see it
   rumble INDEX on|off          what the pad's motors were last told
+  targets N                    the bus driver holds N virtual pads
+  xinput INDEX connected|empty what XInput reports at the user index
   text PANEL TEXT              the panel's last pass shows TEXT, as a label, a
                                caption or a list entry
   name NODE TEXT               the node's display name)";
@@ -168,6 +172,7 @@ bool Commands::run(const std::string& line) {
     const Args args = split_words(line);
     if (args.empty() || args[0].starts_with("#")) return true;
     session_.settle();  // the user acts on what the screen shows by now
+    reported_user();
     try {
         return dispatch(args);
     } catch (const std::exception& error) {
@@ -183,6 +188,9 @@ bool Commands::fail(const std::string& message) {
 bool Commands::dispatch(const Args& args) {
     const std::string& command = args[0];
     const std::size_t count = args.size();
+    if (session_.unloaded() && !after_unload(command)) {
+        return fail("the plug-in is unloaded; \"" + command + "\" needs it");
+    }
     if (command == "help") {
         session_.trace().plain(help());
     } else if (command == "quit" || command == "exit") {
@@ -214,16 +222,15 @@ bool Commands::dispatch(const Args& args) {
     } else if (command == "show" && count == 2) {
         return show(args);
     } else if (command == "pads" && count == 1) {
-        for (const std::string& text : pad_lines())
+        for (const std::string& text : pad_lines(machine_, reported_user()))
             session_.trace().plain(text);
     } else if (command == "pad" && count >= 3) {
         return pad(args);
-    } else if (command == "driver" && count == 2 && (args[1] == "on" || args[1] == "off")) {
-        zestsim::set_bus_driver(args[1] == "on");
-    } else if (command == "driver" && count == 3 && args[1] == "unplug" &&
-               (args[2] == "refuse" || args[2] == "answer")) {
-        constexpr std::uint32_t unplug_request = 0x2AA008, general_failure = 31;
-        zestsim::refuse_requests(unplug_request, args[2] == "refuse" ? general_failure : 0);
+    } else if (command == "driver" && count >= 2) {
+        return driver(args);
+    } else if (command == "unload" && count == 1) {
+        session_.unload();
+        session_.trace().line("unloaded the plug-in");
     } else if (command == "wait" && count >= 2) {
         return wait(args);
     } else if (command == "expect" && count >= 2) {
@@ -232,6 +239,15 @@ bool Commands::dispatch(const Args& args) {
         return fail("can't read \"" + joined(args, 0) + "\"; \"help\" lists the commands");
     }
     return true;
+}
+
+// What needs no plug-in: the pads, the driver, time and what they show.
+bool Commands::after_unload(const std::string& command) {
+    for (const char* allowed :
+         {"help", "quit", "exit", "say", "pads", "pad", "driver", "wait", "expect"}) {
+        if (command == allowed) return true;
+    }
+    return false;
 }
 
 bool Commands::add_node(const Args& args) {
@@ -290,7 +306,7 @@ bool Commands::show(const Args& args) {
 
 bool Commands::pad(const Args& args) {
     const std::optional<int> index = to_int(args[2]);
-    if (!index || *index < 0 || *index >= static_cast<int>(zestsim::user_count)) {
+    if (!index || *index < 0 || *index >= static_cast<int>(Machine::pad_count)) {
         return fail("a pad is 0 to 3");
     }
     const auto user = static_cast<std::size_t>(*index);
@@ -298,14 +314,14 @@ bool Commands::pad(const Args& args) {
     if (action == "plug" && args.size() <= 4) {
         const auto kind = pad_kind(args.size() == 4 ? args[3] : "gamepad");
         if (!kind) return fail("no pad kind " + args[3]);
-        zestsim::plug_pad(user, *kind);
+        machine_.plug_pad(user, *kind);
     } else if (action == "unplug" && args.size() == 3) {
-        zestsim::unplug_pad(user);
+        machine_.unplug_pad(user);
     } else if ((action == "press" || action == "release") && args.size() >= 4) {
         for (std::size_t i = 3; i < args.size(); ++i) {
             const auto mask = button_mask(args[i]);
             if (!mask) return fail("no button " + args[i]);
-            zestsim::press(user, *mask, action == "press");
+            machine_.press(user, *mask, action == "press");
         }
     } else if (action == "triggers" && args.size() == 5) {
         const auto left = to_int(args[3]);
@@ -313,7 +329,7 @@ bool Commands::pad(const Args& args) {
         if (!left || !right || *left < 0 || *left > 255 || *right < 0 || *right > 255) {
             return fail("a trigger is 0 to 255");
         }
-        zestsim::set_triggers(user, static_cast<std::uint8_t>(*left),
+        machine_.set_triggers(user, static_cast<std::uint8_t>(*left),
                               static_cast<std::uint8_t>(*right));
     } else if (action == "sticks" && args.size() == 7) {
         std::int16_t axes[4];
@@ -322,7 +338,7 @@ bool Commands::pad(const Args& args) {
             if (!axis || *axis < -32768 || *axis > 32767) return fail("an axis is -32768 to 32767");
             axes[i] = static_cast<std::int16_t>(*axis);
         }
-        zestsim::set_sticks(user, axes[0], axes[1], axes[2], axes[3]);
+        machine_.set_sticks(user, axes[0], axes[1], axes[2], axes[3]);
     } else {
         return fail("can't read \"" + joined(args, 0) + "\"; \"help\" lists the commands");
     }
@@ -374,26 +390,40 @@ Commands::Verdict Commands::check(const Args& condition) {
     }
     if (what == "virtual" && count == 2 &&
         (condition[1] == "connected" || condition[1] == "gone")) {
-        const bool shown = shown_target().has_value();
+        const bool shown = shown_virtual_pad().has_value();
         if (shown == (condition[1] == "connected")) return std::nullopt;
         return shown ? "other programs still see it" : "other programs don't see it";
     }
     if (what == "virtual" && count == 3 && (condition[2] == "down" || condition[2] == "up")) {
         const auto mask = button_mask(condition[1]);
-        const auto serial = shown_target();
-        if (!mask || !serial) return mask ? "no virtual pad" : "no button " + condition[1];
-        const bool down = (zestsim::target_report(*serial).buttons & *mask) != 0;
+        const auto shown = shown_virtual_pad();
+        if (!mask || !shown) return mask ? "no virtual pad" : "no button " + condition[1];
+        const bool down = (shown->report.buttons & *mask) != 0;
         if (down == (condition[2] == "down")) return std::nullopt;
         return down ? "it is down" : "it is up";
     }
     if (what == "rumble" && count == 3 && (condition[2] == "on" || condition[2] == "off")) {
         const auto index = to_int(condition[1]);
         if (!index || *index < 0 || *index > 3) return "a pad is 0 to 3";
-        const zestsim::Vibration rumble = zestsim::vibration(static_cast<std::size_t>(*index));
+        const Motors rumble = machine_.vibration(static_cast<std::size_t>(*index));
         const bool on = rumble.left != 0 || rumble.right != 0;
         if (on == (condition[2] == "on")) return std::nullopt;
         return "the motors are at " + std::to_string(rumble.left) + " and " +
                std::to_string(rumble.right);
+    }
+    if (what == "xinput" && count == 3 &&
+        (condition[2] == "connected" || condition[2] == "empty")) {
+        const auto index = to_int(condition[1]);
+        if (!index || *index < 0 || *index > 3) return "a user index is 0 to 3";
+        const bool connected = machine_.xinput_connected(static_cast<std::size_t>(*index));
+        if (connected == (condition[2] == "connected")) return std::nullopt;
+        return connected ? "XInput reports a pad there" : "XInput reports none there";
+    }
+    if (what == "targets" && count == 2) {
+        const std::optional<int> wanted = to_int(condition[1]);
+        const std::size_t held = machine_.plugged_targets();
+        if (wanted && held == static_cast<std::size_t>(*wanted)) return std::nullopt;
+        return "the driver holds " + std::to_string(held);
     }
     if (what == "text" && count == 3) {
         hostkit::Panel* panel = panel_named(condition[1]);
@@ -412,6 +442,40 @@ Commands::Verdict Commands::check(const Args& condition) {
         return "the name is \"" + name + "\"";
     }
     return "can't read the condition \"" + joined(condition, 0) + "\"";
+}
+
+bool Commands::driver(const Args& args) {
+    const std::size_t count = args.size();
+    if (count == 2 && (args[1] == "on" || args[1] == "off")) {
+        machine_.set_bus_driver(args[1] == "on");
+    } else if (count == 3 && (args[1] == "refuse" || args[1] == "accept") &&
+               (args[2] == "plug" || args[2] == "unplug")) {
+        machine_.refuse(args[2] == "plug" ? BusRequest::Plug : BusRequest::Unplug,
+                        args[1] == "refuse");
+    } else if (count == 3 && args[1] == "cancel" && (args[2] == "ignore" || args[2] == "honour")) {
+        machine_.ignore_cancel(args[2] == "ignore");
+    } else {
+        return fail("can't read \"" + joined(args, 0) + "\"; \"help\" lists the commands");
+    }
+    return true;
+}
+
+// Where the preferences last showed the virtual pad: "Connected as Gamepad N" is user index
+// N - 1. The place is kept once the panel no longer shows it, as where other programs saw it.
+int Commands::reported_user() {
+    const std::string connected = "Connected as Gamepad ";
+    for (const hostkit::Control& control : session_.preferences_panel().controls()) {
+        const std::string text = control.text.value_or("");
+        if (control.kind != hostkit::ControlKind::Label || !text.starts_with(connected)) continue;
+        if (const auto number = to_int(text.substr(connected.size()))) reported_user_ = *number - 1;
+    }
+    return reported_user_;
+}
+
+std::optional<VirtualPad> Commands::shown_virtual_pad() {
+    const std::vector<VirtualPad> pads = machine_.virtual_pads(reported_user());
+    if (pads.empty()) return std::nullopt;
+    return pads.front();
 }
 
 hostkit::Panel* Commands::panel_named(const std::string& name) {

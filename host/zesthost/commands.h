@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "kit/panel.h"
+#include "zesthost/machine.h"
 #include "zesthost/session.h"
 
 namespace zesthost {
@@ -17,7 +18,7 @@ namespace zesthost {
 class Commands {
 public:
     // Relative file names are taken from `directory`.
-    Commands(Session& session, std::string directory);
+    Commands(Session& session, std::string directory, Machine& machine = host_machine());
 
     // Runs one line; blank lines and lines starting with # do nothing. False when the line
     // failed (an unknown command, bad arguments, an expectation not met): the trace says why.
@@ -40,6 +41,10 @@ private:
     bool add_node(const Args& args);
     bool connect(const Args& args);
     bool pad(const Args& args);
+    bool driver(const Args& args);
+    static bool after_unload(const std::string& command);
+    int reported_user();
+    std::optional<VirtualPad> shown_virtual_pad();
     bool fail(const std::string& message);
 
     // A node's panel, or the preferences for "preferences"; null, with a message, for none.
@@ -49,7 +54,9 @@ private:
     std::string path_of(const std::string& name) const;
 
     Session& session_;
+    Machine& machine_;
     std::string directory_;
+    int reported_user_ = -1;
     bool quit_ = false;
 };
 

@@ -4,12 +4,8 @@
 #include <QApplication>
 #include <QCoreApplication>
 #include <QDir>
-#include <QFile>
-#include <QFileInfo>
-#include <QTextStream>
 
 #include <cstdio>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,6 +14,7 @@
 #include "kit/kit.h"
 #include "zesthost/commands.h"
 #include "zesthost/interactive.h"
+#include "zesthost/scenario.h"
 #include "zesthost/session.h"
 #include "zesthost/trace.h"
 
@@ -34,40 +31,6 @@ constexpr const char* usage = R"(Usage:
                                                    closed
 Without --plugin the plug-in built with this host is loaded.)";
 
-zesthost::Trace* log_trace = nullptr;
-bool verbose = false;
-
-// The plug-in's log lines join the trace; its debug lines only with --verbose.
-void log_to_trace(QtMsgType type, const QMessageLogContext&, const QString& message) {
-    if (type == QtDebugMsg && !verbose) return;
-    if (log_trace != nullptr) log_trace->line("log: " + message.toStdString());
-}
-
-bool run_scenario(zesthost::Session& session, const std::string& path) {
-    std::ifstream file(path);
-    if (!file) {
-        session.trace().line("FAILED: can't read " + path);
-        return false;
-    }
-    session.trace().line("scenario " + path);
-    const std::string directory =
-        QFileInfo(QString::fromStdString(path)).absolutePath().toStdString();
-    zesthost::Commands commands(session, directory);
-    std::string line;
-    for (int number = 1; std::getline(file, line); ++number) {
-        const std::vector<std::string> words = zesthost::split_words(line);
-        if (words.empty() || words[0].starts_with("#")) continue;
-        session.trace().line("> " + line);
-        if (!commands.run(line)) {
-            session.trace().line("FAILED at " + path + ":" + std::to_string(number));
-            return false;
-        }
-        if (commands.quit_requested()) break;
-    }
-    session.trace().line("passed " + path);
-    return true;
-}
-
 struct WindowOptions {
     std::string graph;
     std::string scenario;
@@ -79,7 +42,9 @@ bool run_window(zesthost::Session& session, const WindowOptions& options) {
     window.resize(1100, 700);
     window.show();
     bool passed = options.graph.empty() || window.load(options.graph);
-    if (!options.scenario.empty()) passed = run_scenario(session, options.scenario) && passed;
+    if (!options.scenario.empty()) {
+        passed = zesthost::run_scenario(session, options.scenario) && passed;
+    }
     if (options.screenshot.empty()) {
         QApplication::exec();
         return passed;
@@ -99,9 +64,10 @@ bool run_window(zesthost::Session& session, const WindowOptions& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::vector<std::string> args(argv + 1, argv + argc);
+    const std::vector<std::string> args(argv + 1, argv + argc);
     std::string plugin = ZEST_PLUGIN_PATH;
     std::vector<std::string> scenarios;
+    bool verbose = false;
     bool run = false;
     bool gui = false;
     WindowOptions window;
@@ -139,8 +105,7 @@ int main(int argc, char** argv) {
         return 1;
     }
     zesthost::Trace trace;
-    log_trace = &trace;
-    qInstallMessageHandler(log_to_trace);
+    zesthost::log_into(&trace, verbose);
     bool passed = true;
     try {
         zesthost::Session session(plugin, trace);
@@ -148,7 +113,7 @@ int main(int argc, char** argv) {
             passed = run_window(session, window);
         } else if (run) {
             for (const std::string& scenario : scenarios)
-                passed = run_scenario(session, scenario) && passed;
+                passed = zesthost::run_scenario(session, scenario) && passed;
         } else {
             zesthost::Commands commands(session, QDir::currentPath().toStdString());
             zesthost::Interactive interactive(session, commands);
@@ -163,6 +128,6 @@ int main(int argc, char** argv) {
         trace.line("host contract: " + problem);
         passed = false;
     }
-    log_trace = nullptr;
+    zesthost::log_into(nullptr, verbose);
     return passed ? 0 : 1;
 }

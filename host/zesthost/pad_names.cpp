@@ -23,12 +23,11 @@ constexpr std::array<PadButton, 15> buttons{{{"up", 0x0001},
                                              {"x", 0x4000},
                                              {"y", 0x8000}}};
 
-constexpr std::array<PadKind, 5> kinds{
-    {{"gamepad", "Gamepad", zestsim::Subtype::Gamepad},
-     {"wheel", "Wheel", zestsim::Subtype::Wheel},
-     {"flightstick", "Flight stick", zestsim::Subtype::FlightStick},
-     {"guitar", "Guitar", zestsim::Subtype::Guitar},
-     {"drumkit", "Drum kit", zestsim::Subtype::DrumKit}}};
+constexpr std::array<PadKind, 5> kinds{{{"gamepad", "Gamepad", 1},
+                                        {"wheel", "Wheel", 2},
+                                        {"flightstick", "Flight stick", 4},
+                                        {"guitar", "Guitar", 6},
+                                        {"drumkit", "Drum kit", 8}}};
 
 }  // namespace
 
@@ -47,17 +46,10 @@ std::span<const PadKind> pad_kinds() {
     return kinds;
 }
 
-std::optional<zestsim::Subtype> pad_kind(std::string_view name) {
+std::optional<std::uint8_t> pad_kind(std::string_view name) {
     const auto found = std::find_if(kinds.begin(), kinds.end(),
                                     [name](const PadKind& kind) { return kind.name == name; });
     return found == kinds.end() ? std::nullopt : std::optional(found->subtype);
-}
-
-std::optional<std::uint32_t> shown_target() {
-    for (std::uint32_t serial = 1; serial <= 64; ++serial) {
-        if (zestsim::target_user(serial) >= 0) return serial;
-    }
-    return std::nullopt;
 }
 
 }  // namespace zesthost

@@ -3,7 +3,6 @@
 #include <cstdio>
 
 #include "zesthost/pad_names.h"
-#include "zestsim/zestsim.h"
 
 namespace zesthost {
 
@@ -69,7 +68,7 @@ std::string buttons_text(std::uint16_t buttons) {
     return text.empty() ? "none" : text;
 }
 
-std::string pad_state_text(const zestsim::PadState& state) {
+std::string pad_state_text(const PadInputs& state) {
     char text[256];
     std::snprintf(text, sizeof text, "buttons %s, triggers %u %u, sticks %d %d %d %d",
                   buttons_text(state.buttons).c_str(), state.left_trigger, state.right_trigger,
@@ -94,24 +93,21 @@ std::vector<std::string> panel_lines(const hostkit::Panel& panel) {
     return lines;
 }
 
-std::vector<std::string> pad_lines() {
+std::vector<std::string> pad_lines(Machine& machine, int reported_user) {
     std::vector<std::string> lines;
-    for (std::size_t user = 0; user < zestsim::user_count; ++user) {
-        std::string line = "  pad " + std::to_string(user) + ": ";
-        if (!zestsim::is_plugged(user)) {
+    for (std::size_t pad = 0; pad < Machine::pad_count; ++pad) {
+        std::string line = "  pad " + std::to_string(pad) + ": ";
+        if (!machine.is_plugged(pad)) {
             lines.push_back(line + "empty");
             continue;
         }
-        const zestsim::Vibration rumble = zestsim::vibration(user);
-        lines.push_back(line + pad_state_text(zestsim::pad_state(user)) + ", rumble " +
+        const Motors rumble = machine.vibration(pad);
+        lines.push_back(line + pad_state_text(machine.pad_state(pad)) + ", rumble " +
                         std::to_string(rumble.left) + " " + std::to_string(rumble.right));
     }
-    for (std::uint32_t serial = 1; serial <= 64; ++serial) {
-        const int user = zestsim::target_user(serial);
-        if (user < 0) continue;
-        lines.push_back("  virtual pad " + std::to_string(serial) + " on pad " +
-                        std::to_string(user) + ": " +
-                        pad_state_text(zestsim::target_report(serial)));
+    for (const VirtualPad& shown : machine.virtual_pads(reported_user)) {
+        lines.push_back("  virtual pad " + std::to_string(shown.serial) + " on pad " +
+                        std::to_string(shown.user) + ": " + pad_state_text(shown.report));
     }
     return lines;
 }

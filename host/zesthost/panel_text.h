@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "kit/panel.h"
+#include "zesthost/machine.h"
 
 namespace zesthost {
 
@@ -11,8 +12,8 @@ namespace zesthost {
 // list entries below their list with the selected one marked (*).
 std::vector<std::string> panel_lines(const hostkit::Panel& panel);
 
-// The simulated pads: what each user index holds, how it is held, and its rumble; then the
-// virtual pads the bus driver has plugged and what their last report shows.
-std::vector<std::string> pad_lines();
+// The pads: what each user index holds, how it is held, and its rumble; then the virtual pads
+// the bus driver has plugged and what XInput reports for them.
+std::vector<std::string> pad_lines(Machine& machine, int reported_user);
 
 }  // namespace zesthost

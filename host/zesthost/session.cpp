@@ -4,6 +4,8 @@
 #include <QElapsedTimer>
 #include <QThread>
 
+#include <utility>
+
 #include "kit/kit.h"
 #include "zesthost/graph_file.h"
 
@@ -20,6 +22,11 @@ Session::Session(const std::string& plugin_path, Trace& trace)
 
 // Nodes hold parts of the plug-in's core, so they go before the plug-in is unloaded.
 Session::~Session() {
+    unload();
+}
+
+void Session::unload() {
+    if (std::exchange(unloaded_, true)) return;
     graph_.clear();
     plugin_.unload();
 }
@@ -91,6 +98,7 @@ void Session::rebuild(hostkit::Panel& panel) {
 }
 
 void Session::refresh() {
+    if (unloaded_) return;
     if (hostkit::preferences_invalidations().total != preferences_asked_) build_preferences();
     graph_.refresh();
 }

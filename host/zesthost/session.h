@@ -28,6 +28,7 @@ public:
     hostkit::Store& preferences() { return preferences_; }
     hostkit::Panel& preferences_panel() { return preferences_panel_; }
     Trace& trace() { return trace_; }
+    bool unloaded() const { return unloaded_; }
 
     // A node of a type with an empty store, its panel built once, as a user adds one.
     GraphNode& add_node(const std::string& name, const hostkit::RegisteredNodeType& type);
@@ -46,6 +47,9 @@ public:
     void refresh();
     // Delivers what is pending and rebuilds what was asked, once, without waiting.
     void settle();
+    // Destroys every node, then unloads the plug-in, as the host does when it closes. The
+    // panels keep their last pass; nothing calls the plug-in again.
+    void unload();
     // Runs the event loop, refreshing panels, for a while or until `done`.
     void run_for(int milliseconds);
     bool run_until(const std::function<bool()>& done, int timeout_milliseconds);
@@ -58,6 +62,7 @@ private:
     hostkit::Store preferences_;
     hostkit::Panel preferences_panel_{preferences_};
     int preferences_asked_ = 0;
+    bool unloaded_ = false;
     Graph graph_;
 };
 

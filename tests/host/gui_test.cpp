@@ -8,6 +8,7 @@
 #include "gui/main_window.h"
 #include "host/zesthost_fixture.h"
 #include "zesthost/pad_names.h"
+#include "zesthost/sim_machine.h"
 
 namespace zesthost {
 namespace {

@@ -44,6 +44,7 @@ typedef struct slot {
     uint32_t mirrored;      /* the board sequence last set into it */
     SDL_JoystickID leaving; /* the controller last detached, until winebus lets it go */
     int has_leaving;
+    long long opened_ms; /* when winebus was first seen holding the controller, 0 before */
 } slot;
 
 static zest_board* board;
@@ -87,6 +88,7 @@ static void attach(slot* s) {
     if (!s->joystick)
         fprintf(stderr, "sdl_pads: pad %u not attached: %s\n", s->index, SDL_GetError());
     s->mirrored = ~0u;
+    s->opened_ms = 0;
 }
 
 static void detach(slot* s) {
@@ -148,6 +150,22 @@ static void mirror(slot* s, const zest_board_pad* pad) {
     s->mirrored = pad->sequence;
 }
 
+static long long now_ms(void) {
+    struct timespec t;
+    clock_gettime(CLOCK_MONOTONIC, &t);
+    return (long long)t.tv_sec * 1000 + t.tv_nsec / 1000000;
+}
+
+/* winebus builds a controller's reports from the changes it hears of once Wine has started the
+ * device, a little after it opened the controller: whatever the pad held before then would
+ * never reach XInput (neither a held button nor the virtual pad's first report). So a slot
+ * stays at rest until winebus has had the controller open for a while. */
+static int heard_by_winebus(slot* s) {
+    if (SDL_GameControllerFromInstanceID(s->instance) == NULL) return 0;
+    if (!s->opened_ms) s->opened_ms = now_ms();
+    return now_ms() - s->opened_ms >= 200;
+}
+
 /* Slots in board order, so that the pad plugged in a lower slot is attached first. */
 static void poll_board(void) {
     int settled = !removal_pending();
@@ -161,7 +179,7 @@ static void poll_board(void) {
             detach(s);
             settled = 0;
         }
-        if (s->joystick && pad.sequence != s->mirrored) mirror(s, &pad);
+        if (s->joystick && pad.sequence != s->mirrored && heard_by_winebus(s)) mirror(s, &pad);
     }
 }
 

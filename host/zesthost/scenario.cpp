@@ -1,0 +1,58 @@
+#include "zesthost/scenario.h"
+
+#include <QFileInfo>
+#include <QtGlobal>
+
+#include <atomic>
+#include <fstream>
+#include <vector>
+
+#include "zesthost/commands.h"
+
+namespace zesthost {
+
+namespace {
+
+// Set on the main thread before the handler goes in; read by whichever thread logs.
+std::atomic<Trace*> log_trace{nullptr};
+std::atomic<bool> log_verbose{false};
+
+void log_to_trace(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    if (type == QtDebugMsg && !log_verbose.load()) return;
+    if (Trace* trace = log_trace.load()) trace->line("log: " + message.toStdString());
+}
+
+}  // namespace
+
+bool run_scenario(Session& session, const std::string& path) {
+    std::ifstream file(path);
+    if (!file) {
+        session.trace().line("FAILED: can't read " + path);
+        return false;
+    }
+    session.trace().line("scenario " + path);
+    const std::string directory =
+        QFileInfo(QString::fromStdString(path)).absolutePath().toStdString();
+    Commands commands(session, directory);
+    std::string line;
+    for (int number = 1; std::getline(file, line); ++number) {
+        const std::vector<std::string> words = split_words(line);
+        if (words.empty() || words[0].starts_with("#")) continue;
+        session.trace().line("> " + line);
+        if (!commands.run(line)) {
+            session.trace().line("FAILED at " + path + ":" + std::to_string(number));
+            return false;
+        }
+        if (commands.quit_requested()) break;
+    }
+    session.trace().line("passed " + path);
+    return true;
+}
+
+void log_into(Trace* trace, bool verbose) {
+    log_verbose.store(verbose);
+    log_trace.store(trace);
+    qInstallMessageHandler(log_to_trace);
+}
+
+}  // namespace zesthost
