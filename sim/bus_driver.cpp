@@ -204,23 +204,45 @@ void complete(const PendingRequest& request, const Outcome& outcome) {
     kernel.changed.notify_all();
 }
 
+namespace {
+
+// Completes the request held as `id` on a thread of the driver's, once the driver's delay has
+// passed; a new id given to the request meanwhile, or a reset, leaves this one nothing to do.
+void complete_later(std::uint64_t id, const Outcome& outcome) {
+    std::thread([id, outcome, delay = Machine::get().bus.delay_ms] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(delay));
+        Kernel& kernel = Kernel::get();
+        std::lock_guard lock(kernel.mutex);
+        complete_pending([id](const PendingRequest& r) { return r.id == id; }, outcome);
+    }).detach();
+}
+
+}  // namespace
+
 void delay_completion(const PendingRequest& request, const Outcome& outcome) {
     BusDriver& bus = Machine::get().bus;
     PendingRequest held = request;
     held.id = ++bus.next_delayed;
     bus.pending.push_back(held);
-    std::thread([id = held.id, outcome, delay = bus.delay_ms] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(delay));
-        Kernel& kernel = Kernel::get();
-        std::lock_guard lock(kernel.mutex);
-        // Gone already if it was cancelled, or the machine was reset, meanwhile.
-        complete_pending([id](const PendingRequest& r) { return r.id == id; }, outcome);
-    }).detach();
+    complete_later(held.id, outcome);
 }
 
+bool cancel(PendingRequest& request) {
+    BusDriver& bus = Machine::get().bus;
+    if (bus.ignore_cancel || request.cancelled) return false;
+    request.cancelled = true;
+    request.id = ++bus.next_delayed;  // whatever answer it was waiting for no longer comes
+    complete_later(request.id, done(ERROR_OPERATION_ABORTED));
+    return true;
+}
+
+// Windows completes nothing at a close: the driver ends what it holds for the handle, unless it
+// ignores cancellation, and then it keeps it until it goes.
 void Device::closed() {
-    complete_pending([this](const PendingRequest& r) { return r.device.get() == this; },
-                     done(ERROR_OPERATION_ABORTED));
+    if (!Machine::get().bus.ignore_cancel) {
+        complete_pending([this](const PendingRequest& r) { return r.device.get() == this; },
+                         done(ERROR_OPERATION_ABORTED));
+    }
     std::vector<std::uint32_t> owned;
     for (const auto& [serial, target] : Machine::get().bus.targets) {
         if (target.owner == this) owned.push_back(serial);

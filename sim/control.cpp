@@ -82,9 +82,12 @@ Capabilities default_capabilities(Subtype subtype) {
 void reset() {
     Kernel& kernel = Kernel::get();
     std::lock_guard lock(kernel.mutex);
+    // The driver goes: it completes everything it holds, a stuck driver's requests too.
     detail::complete_pending([](const detail::PendingRequest&) { return true; },
                              detail::done(ERROR_OPERATION_ABORTED));
+    const std::uint64_t next_delayed = Machine::get().bus.next_delayed;
     Machine::get() = Machine();
+    Machine::get().bus.next_delayed = next_delayed;
     kernel.clear_counts();
     kernel.changed.notify_all();
 }

@@ -50,7 +50,8 @@ struct PendingRequest {
     BYTE* buffer;  // the caller's output buffer, written only at completion
     OVERLAPPED* overlapped;
     std::uint32_t serial;
-    std::uint64_t id = 0;  // set for a request that a slow driver holds back
+    std::uint64_t id = 0;  // set for a request that the driver completes later, on its own
+    bool cancelled = false;
 };
 
 struct Target {
@@ -84,10 +85,10 @@ struct BusDriver {
     std::chrono::milliseconds late_delay{0};
     std::map<std::uint32_t, Target> targets;  // by serial number
     std::vector<PendingRequest> pending;
-    int delay_ms = 0;  // a slow driver holds every answer back this long
-    std::map<DWORD, DWORD> refusals;
-    bool ignore_cancel = false;  // control code -> the error it is refused with at once
-    std::uint64_t next_delayed = 0;
+    int delay_ms = 0;                 // a slow driver holds every answer back this long
+    std::map<DWORD, DWORD> refusals;  // control code -> the error it is refused with at once
+    bool ignore_cancel = false;
+    std::uint64_t next_delayed = 0;  // kept through resets, so that a late completion finds nothing
 };
 
 // Everything the machine holds besides kernel objects. Guarded by the kernel lock.
@@ -137,6 +138,9 @@ std::size_t complete_pending(Match match, const Outcome& outcome) {
 }
 // A slow driver: the answer to a request that is done already reaches the caller later.
 void delay_completion(const PendingRequest& request, const Outcome& outcome);
+// The driver's cancel routine: the request completes as aborted on the driver's own time, never
+// inside CancelIoEx. False for a driver that ignores cancellation.
+bool cancel(PendingRequest& request);
 // Shows a ready target in XInput at the lowest free index, if it isn't shown yet.
 void show_target(std::uint32_t serial);
 // Called by every XInputGetState: late targets whose time has come show up.

@@ -39,7 +39,8 @@ DWORD WINAPI XInputGetState(DWORD dwUserIndex, XINPUT_STATE* pState) {
     zestsim::detail::show_late_targets();
     DWORD error = ERROR_SUCCESS;
     const PadSlot* slot = slot_of(dwUserIndex, error);
-    if (slot == nullptr || pState == nullptr) return slot ? ERROR_INVALID_PARAMETER : error;
+    if (pState == nullptr) return error_bad_arguments;  // before the pad is looked for
+    if (slot == nullptr) return error;
     const zestsim::PadState& s = slot->state;
     pState->dwPacketNumber = slot->packet;
     pState->Gamepad = to_gamepad(s, static_cast<WORD>(s.buttons & ~guide_button));

@@ -123,17 +123,47 @@ TEST_F(BusDriverTest, APluggedReadyTargetShowsInXInputUntilUnplugged) {
     EXPECT_EQ(zestsim::plugged_targets(), 2u);
 }
 
-TEST_F(BusDriverTest, WaitingRequestsEndByCancelOrClose) {
+// As on Windows, a cancel only marks the request: the driver completes it afterwards, so right
+// after CancelIoEx it is still pending. Closing a handle completes nothing by itself: the driver
+// ends what it holds for it, unless it ignores cancellation, and then the request stays pending
+// until the driver goes.
+TEST_F(BusDriverTest, CancelCompletesLaterAndCloseLeavesWhatAStuckDriverHolds) {
     HANDLE device = open_bus();
     Pending out{request({72}, 72)};
-    start(device, output, out);
-    EXPECT_EQ(zestsim::pending_requests(), 1u);
-    EXPECT_TRUE(CancelIoEx(device, &out.overlapped));
-    EXPECT_EQ(result(device, out, true), static_cast<DWORD>(ERROR_OPERATION_ABORTED));
+    for (const int delay : {0, 300}) {  // a slow driver is slow to cancel too
+        SCOPED_TRACE("driver delay " + std::to_string(delay));
+        zestsim::set_driver_delay(delay);
+        start(device, output, out);
+        ASSERT_TRUE(CancelIoEx(device, &out.overlapped));
+        if (delay != 0) {
+            EXPECT_EQ(result(device, out, false), static_cast<DWORD>(ERROR_IO_INCOMPLETE));
+            EXPECT_EQ(out.overlapped.Internal, 0x103u);
+            EXPECT_EQ(WaitForSingleObject(out.overlapped.hEvent, 0), WAIT_TIMEOUT);
+            EXPECT_TRUE(CancelIoEx(device, &out.overlapped));  // still there to be found
+        }
+        EXPECT_EQ(result(device, out, true), static_cast<DWORD>(ERROR_OPERATION_ABORTED));
+        EXPECT_EQ(zestsim::pending_requests(), 0u);
+    }
+    zestsim::set_driver_delay(0);
+    SetLastError(0);
+    EXPECT_FALSE(CancelIoEx(device, nullptr));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NOT_FOUND));
+
     start(device, output, out);
     close(device);
-    EXPECT_EQ(WaitForSingleObject(out.overlapped.hEvent, 5000), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(out.overlapped.hEvent, 0), WAIT_OBJECT_0);
     EXPECT_EQ(result(device, out, false), static_cast<DWORD>(ERROR_OPERATION_ABORTED));
+
+    zestsim::ignore_cancel(true);
+    device = open_bus();
+    start(device, output, out);
+    EXPECT_TRUE(CancelIoEx(device, &out.overlapped));
+    close(device);
+    EXPECT_EQ(WaitForSingleObject(out.overlapped.hEvent, 20), WAIT_TIMEOUT);
+    EXPECT_EQ(out.overlapped.Internal, 0x103u);
+    EXPECT_EQ(zestsim::pending_requests(), 1u);
+    zestsim::reset();  // the driver goes, and with it what it held
+    EXPECT_EQ(out.overlapped.Internal & 0xFFFF, static_cast<ULONG_PTR>(ERROR_OPERATION_ABORTED));
     EXPECT_EQ(zestsim::pending_requests(), 0u);
 }
 

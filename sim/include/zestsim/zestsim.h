@@ -93,13 +93,15 @@ void refuse_all_serials(bool refuse);
 // The wait-ready request fails with this Win32 error; 0 lets it succeed.
 void fail_wait_ready(std::uint32_t error);
 void deny_reports(bool deny);
-// A slow driver: every answer comes this many milliseconds late (0: at once).
+// A slow driver: every answer comes this many milliseconds late (0: at once), the completion of
+// a cancelled request too. A cancelled request never completes inside CancelIoEx.
 void set_driver_delay(int milliseconds);
 // DeviceIoControl with this control code fails at once with `error` (0: no longer), as when a
 // driver rejects a request before queueing it: the OVERLAPPED stays marked pending and its event
 // is never set.
 void refuse_requests(std::uint32_t code, std::uint32_t error);
-// A stuck driver: CancelIoEx succeeds but cancels nothing.
+// A stuck driver: CancelIoEx finds its requests but cancels nothing, and closing their handle
+// leaves them pending until reset().
 void ignore_cancel(bool ignore);
 // CreateThread fails with ERROR_NOT_ENOUGH_MEMORY while set.
 void refuse_threads(bool refuse);
