@@ -45,6 +45,8 @@ typedef struct slot {
     SDL_JoystickID leaving; /* the controller last detached, until winebus lets it go */
     int has_leaving;
     long long opened_ms; /* when winebus was first seen holding the controller, 0 before */
+    long long nudged_ms; /* when the guide button was last flipped to resend the state */
+    int nudged;          /* the guide button is flipped now */
 } slot;
 
 static zest_board* board;
@@ -89,6 +91,8 @@ static void attach(slot* s) {
         fprintf(stderr, "sdl_pads: pad %u not attached: %s\n", s->index, SDL_GetError());
     s->mirrored = ~0u;
     s->opened_ms = 0;
+    s->nudged_ms = 0;
+    s->nudged = 0;
 }
 
 static void detach(slot* s) {
@@ -166,6 +170,20 @@ static int heard_by_winebus(slot* s) {
     return now_ms() - s->opened_ms >= 200;
 }
 
+/* A program that opens the pad only hears the reports that come after it opened it, and the
+ * moment it does is unknown here; so for a while after winebus opened the controller, the guide
+ * button (which XInputGetState does not show) is flipped and put back every 100 ms: each flip
+ * makes winebus send the whole state again. */
+static void nudge(slot* s, const zest_board_pad* pad) {
+    const int guide = (pad->buttons & 0x0400) != 0;
+    const long long now = now_ms();
+    if (!s->nudged && (now - s->opened_ms > 3000 || now - s->nudged_ms < 100)) return;
+    s->nudged = !s->nudged;
+    s->nudged_ms = now;
+    SDL_JoystickSetVirtualButton(s->joystick, SDL_CONTROLLER_BUTTON_GUIDE,
+                                 s->nudged ? !guide : guide);
+}
+
 /* Slots in board order, so that the pad plugged in a lower slot is attached first. */
 static void poll_board(void) {
     int settled = !removal_pending();
@@ -179,7 +197,9 @@ static void poll_board(void) {
             detach(s);
             settled = 0;
         }
-        if (s->joystick && pad.sequence != s->mirrored && heard_by_winebus(s)) mirror(s, &pad);
+        if (!s->joystick || !heard_by_winebus(s)) continue;
+        if (pad.sequence != s->mirrored) mirror(s, &pad);
+        nudge(s, &pad);
     }
 }
 
