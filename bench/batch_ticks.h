@@ -27,6 +27,7 @@ public:
     // `between` runs on the polling thread before each measured tick, outside the figures.
     Figures run(int warm, int measured, std::function<void()> between = {});
 
+    bool ready() const override { return true; }
     void arm(std::int32_t) override {}
     void cancel() override {}
     void wait_timer_or_event() override;

@@ -93,6 +93,7 @@ private:
 class FreeRunningTicks : public platform::TickSource {
 public:
     explicit FreeRunningTicks(int limit) : limit_(limit) {}
+    bool ready() const override { return true; }
     void arm(std::int32_t) override {}
     void cancel() override {}
     void wait_timer_or_event() override {

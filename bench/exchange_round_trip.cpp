@@ -36,8 +36,11 @@ struct Working {
                                                   gamepad::AttributeDirection::Input});
         }
         record.state = {true, std::vector<AttributeValue>(23)};
-        for (int i = 0; i < 32; ++i)
-            record.transitions.record(static_cast<std::size_t>(i % 17), i % 2 == 0);
+        for (int i = 0; i < 32; ++i) {
+            const std::size_t a = static_cast<std::size_t>(i % 17);
+            record.transitions.record(static_cast<std::uint64_t>(i) + 1,
+                                      record.metadata.attributes[a].id, a, i % 2 == 0);
+        }
     }
     void change() { record.state.values[17] = AttributeValue::make_trigger(trigger += 1.0); }
 };

@@ -10,7 +10,7 @@ export ZEST_WINDOWS_QT=$cache/qt-6.4.2-mingw
 export WINEPREFIX=$cache/wine
 export WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
 
-bash scripts/setup.sh g++-mingw-w64-x86-64-posix wine64 dpkg-dev xz-utils
+bash scripts/setup.sh g++-mingw-w64-x86-64-posix wine64 dpkg-dev xz-utils libsdl2-dev patchelf
 
 # Source packages from the places the machine already takes its binary ones from, so that
 # another mirror or a proxy serves them too: every "deb" entry again as "deb-src".

@@ -80,7 +80,7 @@ Target* plugged(std::uint32_t serial) {
     return found == targets.end() ? nullptr : &found->second;
 }
 
-Outcome plug(const BYTE* in) {
+Outcome plug(const PendingRequest& request, const BYTE* in) {
     BusDriver& bus = Machine::get().bus;
     const std::uint32_t serial = u32(in, 4);
     if (serial == 0 || serial > 0xFFFF) return done(ERROR_INVALID_PARAMETER);
@@ -89,6 +89,7 @@ Outcome plug(const BYTE* in) {
     }
     Target& target = bus.targets[serial];
     target = Target();
+    target.owner = request.device.get();
     target.type = u32(in, 8);
     target.vendor = u16(in, 12);
     target.product = u16(in, 14);
@@ -163,7 +164,7 @@ Outcome handle_request(const PendingRequest& request, const BYTE* in, DWORD in_s
             return done(refused || serial != 1 ? error_not_supported : 0);
         }
         case plug_target:
-            return plug(in);
+            return plug(request, in);
         case unplug_target:
             return unplug(serial);
         case wait_ready:
@@ -220,6 +221,12 @@ void delay_completion(const PendingRequest& request, const Outcome& outcome) {
 void Device::closed() {
     complete_pending([this](const PendingRequest& r) { return r.device.get() == this; },
                      done(ERROR_OPERATION_ABORTED));
+    std::vector<std::uint32_t> owned;
+    for (const auto& [serial, target] : Machine::get().bus.targets) {
+        if (target.owner == this) owned.push_back(serial);
+    }
+    for (const std::uint32_t serial : owned)
+        unplug(serial);
 }
 
 void show_target(std::uint32_t serial) {

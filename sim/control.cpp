@@ -221,6 +221,13 @@ void refuse_threads(bool refuse) {
     with_bus([&](detail::BusDriver&) { Machine::get().refuse_threads = refuse; });
 }
 
+void refuse_events(bool refuse, std::uint32_t after) {
+    with_bus([&](detail::BusDriver&) {
+        Machine::get().refuse_events = refuse;
+        Machine::get().events_before_refusal = after;
+    });
+}
+
 void set_target_appearance(Appearance appearance, int reads, std::chrono::milliseconds delay) {
     with_bus([&](detail::BusDriver& bus) {
         bus.appearance = appearance;

@@ -65,6 +65,10 @@ void zestsim_refuse_threads(int refuse) {
     zestsim::refuse_threads(refuse != 0);
 }
 
+void zestsim_refuse_events(int refuse) {
+    zestsim::refuse_events(refuse != 0);
+}
+
 int zestsim_target_user(uint32_t serial) {
     return zestsim::target_user(serial);
 }

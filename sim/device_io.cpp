@@ -13,16 +13,16 @@ BOOL WINAPI DeviceIoControl(HANDLE hDevice, DWORD dwIoControlCode, LPVOID lpInBu
     std::unique_lock lock(kernel.mutex);
     kernel.count("DeviceIoControl");
     kernel.count("ioctl " + std::to_string(dwIoControlCode));
-    const auto device = kernel.find<Device>(hDevice);
-    if (!device) return fail(ERROR_INVALID_HANDLE);
     // Without an OVERLAPPED the caller waits right here, as for a handle opened without one.
     OVERLAPPED own{};
     OVERLAPPED* overlapped = lpOverlapped != nullptr ? lpOverlapped : &own;
     overlapped->Internal = status_pending;
     overlapped->InternalHigh = 0;
+    const auto device = kernel.find<Device>(hDevice);
+    if (!device) return fail(ERROR_INVALID_HANDLE);
     if (const auto event = kernel.find<Event>(overlapped->hEvent)) event->set = false;
-    // Failed before it was queued: the request is left as it was marked, pending, and nothing
-    // will ever complete it or set its event.
+    // A request failed at once, before it was queued or by the driver's first answer, is left
+    // as it was marked, pending: nothing will ever complete it or set its event.
     const auto& refusals = Machine::get().bus.refusals;
     if (const auto refusal = refusals.find(dwIoControlCode); refusal != refusals.end()) {
         return fail(refusal->second);
@@ -35,6 +35,7 @@ BOOL WINAPI DeviceIoControl(HANDLE hDevice, DWORD dwIoControlCode, LPVOID lpInBu
         delay_completion(request, outcome);
         return fail(ERROR_IO_PENDING);
     }
+    if (!outcome.pending && outcome.error != 0) return fail(outcome.error);
     if (!outcome.pending) {
         complete(request, outcome);
     } else if (lpOverlapped == nullptr) {

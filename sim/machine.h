@@ -54,6 +54,7 @@ struct PendingRequest {
 };
 
 struct Target {
+    const Device* owner = nullptr;  // the handle that plugged it; it goes when that is closed
     std::uint32_t type = 0;
     std::uint16_t vendor = 0;
     std::uint16_t product = 0;
@@ -94,6 +95,8 @@ struct Machine {
     std::array<PadSlot, user_count> pads;
     bool fail_capabilities = false;
     bool refuse_threads = false;
+    bool refuse_events = false;
+    std::uint32_t events_before_refusal = 0;
     BusDriver bus;
 
     static Machine& get();

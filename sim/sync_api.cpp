@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "kernel.h"
+#include "machine.h"
 
 using zestsim::detail::Event;
 using zestsim::detail::Kernel;
@@ -16,6 +17,14 @@ HANDLE create_event(BOOL manual_reset, BOOL initial_state) {
     Kernel& kernel = Kernel::get();
     std::lock_guard lock(kernel.mutex);
     kernel.count("CreateEvent");
+    zestsim::detail::Machine& machine = zestsim::detail::Machine::get();
+    if (machine.refuse_events) {
+        if (machine.events_before_refusal == 0) {
+            set_last_error(ERROR_NOT_ENOUGH_MEMORY);
+            return nullptr;
+        }
+        --machine.events_before_refusal;
+    }
     return kernel.add(std::make_shared<Event>(manual_reset != FALSE, initial_state != FALSE));
 }
 

@@ -147,6 +147,7 @@ std::string Commands::help() {
   pad triggers INDEX LEFT RIGHT        0 to 255
   pad sticks INDEX LX LY RX RY         -32768 to 32767
   driver on|off                the virtual-pad bus driver installed or not
+  driver unplug refuse|answer  the driver refuses to take targets back, or answers again
   wait DURATION                let time pass, as 500ms or 2s
   wait until CONDITION [within DURATION]   5s unless told
   expect CONDITION             fail unless CONDITION holds now
@@ -219,6 +220,10 @@ bool Commands::dispatch(const Args& args) {
         return pad(args);
     } else if (command == "driver" && count == 2 && (args[1] == "on" || args[1] == "off")) {
         zestsim::set_bus_driver(args[1] == "on");
+    } else if (command == "driver" && count == 3 && args[1] == "unplug" &&
+               (args[2] == "refuse" || args[2] == "answer")) {
+        constexpr std::uint32_t unplug_request = 0x2AA008, general_failure = 31;
+        zestsim::refuse_requests(unplug_request, args[2] == "refuse" ? general_failure : 0);
     } else if (command == "wait" && count >= 2) {
         return wait(args);
     } else if (command == "expect" && count >= 2) {

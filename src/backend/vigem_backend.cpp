@@ -18,6 +18,7 @@ namespace gamepad {
 namespace {
 
 constexpr std::size_t none = static_cast<std::size_t>(-1);
+constexpr int longest_unplug_pause = 16;  // refreshes, about a second apart while polling
 constexpr std::int16_t sentinel_lx = 0x70D8;
 constexpr std::int16_t sentinel_ly = static_cast<std::int16_t>(0xBBE5);
 
@@ -44,6 +45,9 @@ std::int16_t axis_word(double axis) {
 
 ViGEmBackend::~ViGEmBackend() {
     if (virtual_pad_.target != nullptr) take_down_target();
+    // The bus takes back what a connection still holds as the connection closes.
+    for (BusTarget* target : unplugs_)
+        bus_target_free(target);
     bus_client_free(client_);
 }
 
@@ -98,6 +102,12 @@ std::uint32_t ViGEmBackend::attach_virtual_gamepad(std::size_t kind, std::size_t
     // A second attach before the detach of the first: the old target goes first, so that
     // none stays plugged without an owner.
     if (virtual_pad_.target != nullptr) detach_virtual_gamepad(virtual_pad_.user_index);
+    if (!unplugs_.empty()) {  // one the bus kept: taken up again rather than a second one
+        logger().info("Gamepad: attaching ViGEm target");
+        BusTarget* target = unplugs_.back();
+        unplugs_.pop_back();
+        return listen_and_set_up(kind, pad, target);
+    }
     if (client_ == nullptr) {
         logger().info("Gamepad: connecting to ViGEm");
         BusClient* client = bus_client_alloc();
@@ -124,15 +134,20 @@ std::uint32_t ViGEmBackend::attach_target(std::size_t kind, std::size_t& pad) {
     }
     if (const BusStatus status = bus_target_add(client_, target); status != BUS_OK) {
         logger().warning("Gamepad: could not add ViGEm target - error %#x", status);
-        bus_target_free(target);
+        free_or_keep(target);
         return 3;
     }
-    if (const BusStatus status = bus_target_register_notification(client_, target, on_rumble, this);
-        status != BUS_OK) {
+    return listen_and_set_up(kind, pad, target);
+}
+
+std::uint32_t ViGEmBackend::listen_and_set_up(std::size_t kind, std::size_t& pad,
+                                              BusTarget* target) {
+    const BusStatus status = bus_target_register_notification(client_, target, on_rumble, this);
+    if (status != BUS_OK && status != BUS_ERROR_CALLBACK_REGISTERED) {
         logger().warning("Gamepad: could not register listener to ViGEm target - error %#x",
                          status);
         bus_target_remove(client_, target);
-        bus_target_free(target);
+        free_or_keep(target);
         return 1;
     }
     rumble_target_.store(target, std::memory_order_release);  // a rumble during discovery counts
@@ -143,8 +158,8 @@ std::uint32_t ViGEmBackend::attach_target(std::size_t kind, std::size_t& pad) {
     if (user < 0) {
         logger().warning("Gamepad: could not discover ViGEm target: timed out");
         bus_target_remove(client_, target);
-        bus_target_free(target);
         reset_virtual_pad();
+        free_or_keep(target);
         return 1;
     }
     logger().info("Gamepad: ViGEm target set up successfully as user %i", user);
@@ -154,7 +169,7 @@ std::uint32_t ViGEmBackend::attach_target(std::size_t kind, std::size_t& pad) {
     virtual_pad_.target = target;
     virtual_pad_.user_index = static_cast<std::uint32_t>(user);
     pad = static_cast<std::size_t>(user);
-    refresh_gamepads();
+    XInputBackend::refresh_gamepads();
     return 0;
 }
 
@@ -189,16 +204,42 @@ void ViGEmBackend::detach_virtual_gamepad(std::size_t) {
 }
 
 void ViGEmBackend::take_down_target() {
-    if (const BusStatus status = bus_target_remove(client_, virtual_pad_.target);
-        status != BUS_OK) {
+    BusTarget* target = virtual_pad_.target;
+    if (const BusStatus status = bus_target_remove(client_, target); status != BUS_OK) {
         logger().warning("Gamepad: could not remove ViGEm target - error %#x", status);
     }
     reset_virtual_pad();
+    if (target != nullptr) free_or_keep(target);
+}
+
+void ViGEmBackend::free_or_keep(BusTarget* target) {
+    if (target->state != BusTargetState::Plugged) {
+        bus_target_free(target);  // waits for its notification thread
+        return;
+    }
+    unplugs_.push_back(target);
+    unplug_pause_ = 1;
+    unplug_countdown_ = 1;
+}
+
+void ViGEmBackend::refresh_gamepads() {
+    XInputBackend::refresh_gamepads();
+    retry_unplugs();
+}
+
+void ViGEmBackend::retry_unplugs() {
+    if (unplugs_.empty() || --unplug_countdown_ > 0) return;
+    std::erase_if(unplugs_, [this](BusTarget* target) {
+        if (bus_target_remove(client_, target) != BUS_OK) return false;
+        bus_target_free(target);
+        return true;
+    });
+    unplug_pause_ = std::min(unplug_pause_ * 2, longest_unplug_pause);
+    unplug_countdown_ = unplug_pause_;
 }
 
 void ViGEmBackend::reset_virtual_pad() {
     rumble_target_.store(nullptr, std::memory_order_release);
-    bus_target_free(virtual_pad_.target);  // waits for its notification thread
     virtual_pad_.target = nullptr;
     virtual_pad_.metadata_sent = false;
     virtual_pad_.kind = 0;

@@ -37,6 +37,8 @@ public:
     QByteArray virtual_gamepad_name(std::size_t kind) override;
     std::uint32_t attach_virtual_gamepad(std::size_t kind, std::size_t& pad) override;
     QByteArray attach_error_text(std::size_t kind, std::uint32_t code) override;
+    // Also asks the bus again to take back the targets it refused to, now and then.
+    void refresh_gamepads() override;
     bool can_hide_feed_gamepad() override { return false; }
     void hide_feed_gamepad() override {}
     GamepadCapabilities gamepad_capabilities(std::size_t pad) override;
@@ -56,11 +58,17 @@ private:
     bool is_virtual(std::size_t pad) const;
     std::size_t slot_size(std::size_t pad) const;
     void rebuild_attribute_map(std::size_t pad);
-    // Removes and frees the attached target, whatever the bus says, and resets the record.
+    // Removes the attached target, with a warning when the bus refuses, and resets the record.
     void take_down_target();
     void reset_virtual_pad();
+    // Frees a target that is off the bus; one that the bus refused to take back is kept.
+    void free_or_keep(BusTarget* target);
+    void retry_unplugs();
     // Attach, after the client is connected. 0, 1 or 3.
     std::uint32_t attach_target(std::size_t kind, std::size_t& pad);
+    // Listens to `target`, plugged, unless it is listened to already, finds where it shows and
+    // makes it the virtual pad. 0 or 1.
+    std::uint32_t listen_and_set_up(std::size_t kind, std::size_t& pad, BusTarget* target);
     // Looks for the sentinel in XInput for about a second; the user index, or -1.
     int discover(BusTarget* target, bool& update_failed);
 
@@ -69,6 +77,11 @@ private:
     std::int32_t detached_pad_ = -1;
     // The target whose rumble counts; the notification thread compares, the polling thread sets.
     std::atomic<BusTarget*> rumble_target_{nullptr};
+    // Targets that the bus refused to take back: still plugged and owned. The next attach takes
+    // one up again; refreshes ask the bus again, `unplug_pause_` refreshes apart, doubling.
+    std::vector<BusTarget*> unplugs_;
+    int unplug_pause_ = 0;
+    int unplug_countdown_ = 0;
 };
 
 }  // namespace gamepad

@@ -1,6 +1,13 @@
 #include "gamepad/delivery_event.h"
 
 namespace gamepad {
+namespace {
+
+DeliveryEvent::Slot* slot_of(void* memory) {
+    return static_cast<DeliveryEvent::Slot*>(memory);
+}
+
+}  // namespace
 
 static_assert(sizeof(DeliveryEvent) <= sizeof(DeliveryEvent::Slot::storage));
 static_assert(offsetof(DeliveryEvent::Slot, storage) == 0);
@@ -10,7 +17,8 @@ QEvent::Type DeliveryEvent::event_type() {
     return type;
 }
 
-DeliveryEvent* DeliveryEvent::make(Slot* slots, std::size_t slot_count, std::size_t subject) {
+DeliveryEvent* DeliveryEvent::make(Slot* slots, std::size_t slot_count,
+                                   std::atomic<bool>* pending) {
     Slot* slot = nullptr;
     for (std::size_t i = 0; i < slot_count && slot == nullptr; ++i) {
         if (!slots[i].taken.exchange(true)) slot = &slots[i];
@@ -19,13 +27,13 @@ DeliveryEvent* DeliveryEvent::make(Slot* slots, std::size_t slot_count, std::siz
         slot = new Slot;
         slot->on_heap.store(true, std::memory_order_relaxed);
     }
-    slot->subject.store(subject, std::memory_order_release);
+    slot->delivered.store(false, std::memory_order_relaxed);
+    slot->pending.store(pending, std::memory_order_release);
     return new (slot) DeliveryEvent;
 }
 
-std::size_t DeliveryEvent::subject() const {
-    return static_cast<const Slot*>(static_cast<const void*>(this))
-        ->subject.load(std::memory_order_acquire);
+void DeliveryEvent::mark_delivered() {
+    slot_of(this)->delivered.store(true, std::memory_order_relaxed);
 }
 
 void* DeliveryEvent::operator new(std::size_t, Slot* slot) noexcept {
@@ -33,7 +41,7 @@ void* DeliveryEvent::operator new(std::size_t, Slot* slot) noexcept {
 }
 
 void DeliveryEvent::operator delete(void* memory) noexcept {
-    give_back(static_cast<Slot*>(memory));
+    give_back(slot_of(memory));
 }
 
 void DeliveryEvent::operator delete(void*, Slot* slot) noexcept {
@@ -41,6 +49,9 @@ void DeliveryEvent::operator delete(void*, Slot* slot) noexcept {
 }
 
 void DeliveryEvent::give_back(Slot* slot) noexcept {
+    if (!slot->delivered.load(std::memory_order_relaxed)) {
+        slot->pending.load(std::memory_order_acquire)->store(false);
+    }
     if (slot->on_heap.load(std::memory_order_relaxed)) {
         delete slot;
     } else {

@@ -8,11 +8,13 @@
 
 namespace gamepad {
 
-// The polling thread's note to the main thread that a pad, or the metadata of the tick, has
-// news. It is a posted event rather than a queued signal so that it can live in a slot made
-// once: posting one allocates nothing, and Qt's delete after the delivery only hands the slot
-// back. At most two notes per pad are alive at once (one queued, one being delivered); only a
-// delivery that a nested event loop holds up can need more, and those come from the heap.
+// The polling thread's note to the main thread that there is news. It is a posted event rather
+// than a queued signal so that it can live in a slot made once: posting one allocates nothing,
+// and Qt's delete after the delivery only hands the slot back. One note waits at a time, behind
+// a pending flag; a second slot serves while the first is still being delivered, and only a
+// delivery that a nested event loop holds up can need more, which come from the heap. A note
+// that Qt destroys undelivered (removePostedEvents, an application object that goes) clears the
+// flag, so that the next tick posts again instead of waiting for it for ever.
 class DeliveryEvent : public QEvent {
 public:
     // Room for one note, made on the main thread. What the polling thread writes into a slot
@@ -23,19 +25,23 @@ public:
         // Polling thread takes it (exchange); Qt's delete on the main thread gives it back
         // (store), after the note is destroyed.
         std::atomic<bool> taken{false};
-        // Polling thread stores (release) what the note is about; main thread loads (acquire).
-        std::atomic<std::size_t> subject{0};
+        // Main thread sets it when the note is delivered; read where Qt deletes the note.
+        std::atomic<bool> delivered{false};
+        // Polling thread stores (release) the pending flag its note stands for; loaded
+        // (acquire) where Qt deletes the note.
+        std::atomic<std::atomic<bool>*> pending{nullptr};
         // Set by the polling thread when it has no free slot left, read where Qt deletes.
         std::atomic<bool> on_heap{false};
     };
 
     static QEvent::Type event_type();
 
-    // Polling thread. A note about `subject` in a free one of `slots`, or on the heap if none is.
-    static DeliveryEvent* make(Slot* slots, std::size_t slot_count, std::size_t subject);
+    // Polling thread. A note in a free one of `slots`, or on the heap if none is; `pending` is
+    // cleared if it is destroyed undelivered.
+    static DeliveryEvent* make(Slot* slots, std::size_t slot_count, std::atomic<bool>* pending);
 
-    // Main thread.
-    std::size_t subject() const;
+    // Main thread, when the note is delivered.
+    void mark_delivered();
 
     static void operator delete(void* memory) noexcept;
     static void operator delete(void* memory, Slot* slot) noexcept;

@@ -1,5 +1,7 @@
 #include "gamepad/game_impl.h"
 
+#include <QMessageLogger>
+
 #include "backend/backend.h"
 #include "gamepad/gamepad_impl.h"
 #include "gamepad/gamepads.h"
@@ -25,6 +27,7 @@ void Game::Impl::release() {
 
 void Game::Impl::start() {
     if (read_thread_) {
+        if (!read_thread_->control().ticks->ready()) return;  // it never ran and never will
         ReadThreadState paused = ReadThreadState::Pause;
         if (read_thread_->control().state.compare_exchange_strong(paused, ReadThreadState::Run)) {
             read_thread_->control().ticks->set_event();
@@ -46,6 +49,14 @@ void Game::Impl::start() {
     connect(thread, &ReadThread::gamepad_attribute_changed, this, &Impl::forward_attribute_changed);
     connect(thread, &ReadThread::virtual_gamepad_attach_error, this, &Impl::on_attach_error);
     connect(thread, &ReadThread::virtual_gamepad_attach_success, this, &Impl::on_attach_success);
+    // Without its timer or event the thread would wait for ever, or not at all and spin: it
+    // doesn't start, and the core stays paused, its pads unread, until it is destroyed.
+    if (!thread->control().ticks->ready()) {
+        thread->control().state.store(ReadThreadState::Pause);
+        QMessageLogger().warning(
+            "Gamepad: could not create the polling timer - gamepads are not read");
+        return;
+    }
     thread->start(QThread::NormalPriority);
 }
 

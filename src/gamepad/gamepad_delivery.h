@@ -13,7 +13,8 @@ namespace gamepad {
 // What the main thread's users of one pad have been told so far, and how a newly collected
 // publication is told to them. However many ticks one delivery covers, each button transition
 // is told once, in order, and while it is told the pad's state shows that transition's value.
-// Main thread, all of it.
+// The transitions of all pads are told merged by the order in which they happened, so one pad's
+// replay is split in three: begin, a transition at a time, finish. Main thread, all of it.
 class GamepadDelivery {
 public:
     // True if `view` brings other metadata than the users have; the values they were told then
@@ -22,21 +23,23 @@ public:
     // True if `view` brings another connection state than the users have.
     bool take_connection(const GamepadPublication& view);
 
-    // Calls `changed(position)` for each change: the button transitions first, oldest first,
-    // then every attribute whose value differs from what the users were told (with the buttons
-    // whose transitions fell out of the record). `view` ends as it came.
+    // Starts telling `view`, whose values it keeps aside until finish().
+    void begin(GamepadPublication& view);
+    // The next transition to tell, or null when the pad has none left.
+    const ButtonTransition* next_transition(const GamepadPublication& view) const {
+        return view.transitions.next_after(sequence_);
+    }
+    // Tells that transition: the position at which the view now shows its value, or `none` when
+    // it repeats what the users saw last or its attribute is gone.
+    std::size_t tell(GamepadPublication& view, const ButtonTransition& transition);
+    // Calls `changed(position)` for every attribute whose value still differs from what the
+    // users were told (with the buttons whose transitions fell out of the record). `view` ends
+    // as it came.
     template <typename Changed>
-    void replay(GamepadPublication& view, Changed&& changed) {
+    void finish(GamepadPublication& view, Changed&& changed) {
         std::vector<AttributeValue>& shown = view.state.values;
-        final_values_ = shown;
         const std::vector<GamepadAttribute>& attributes = view.metadata.attributes;
         const std::size_t count = std::min({attributes.size(), shown.size(), told_.size()});
-        view.transitions.for_each_after(sequence_, [&](const ButtonTransition& t) {
-            sequence_ = t.sequence;
-            if (t.attribute >= count || told_[t.attribute].as_button() == t.pressed) return;
-            told_[t.attribute] = shown[t.attribute] = AttributeValue::make_button(t.pressed);
-            changed(std::size_t{t.attribute});
-        });
         for (std::size_t a = 0; a < count; ++a) {
             if (!attribute_value_changed(attributes[a].type, told_[a], final_values_[a])) continue;
             told_[a] = shown[a] = final_values_[a];
@@ -46,10 +49,7 @@ public:
         told_ = final_values_;
     }
 
-    // Set while a delivery runs, so that one that a user's nested event loop starts waits for
-    // it to end, and asks it to collect `again`.
-    bool delivering = false;
-    bool again = false;
+    static constexpr std::size_t none = static_cast<std::size_t>(-1);
 
 private:
     std::uint64_t metadata_generation_ = 0;

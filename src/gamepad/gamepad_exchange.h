@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 
 #include "gamepad/button_transitions.h"
@@ -20,10 +19,6 @@ struct GamepadExchange {
     GamepadState state;                     // polling thread: as of the last publish step
     ButtonTransitions transitions;          // polling thread
     PublicationChannel<GamepadPublication> channel;
-    // Polling thread sets it (exchange) when it posts a delivery; the main thread clears it
-    // (store) before it collects. So one delivery at most waits per pad, however long the main
-    // thread is held up, and none is missed.
-    std::atomic<bool> delivery_pending{false};
     GamepadDelivery delivery;  // main thread
 
     // Main thread: the views, null before the first delivery.

@@ -23,27 +23,39 @@ const GamepadAttribute* Game::GamepadImpl::attribute_at(std::size_t attribute) c
     return &view->attributes[attribute];
 }
 
-void Game::GamepadImpl::set_constant(std::size_t attribute, const AttributeValue& value,
-                                     std::int64_t deadline) {
+PlacedWriter Game::GamepadImpl::set_constant(std::size_t attribute, const AttributeValue& value,
+                                             std::int64_t deadline) {
     const GamepadAttribute* target = attribute_at(attribute);
-    if (target == nullptr) return;
-    set_writer(*target,
-               std::make_unique<ConstantWriter>(gamepad_index_, target->id, value, deadline));
+    if (target == nullptr) return {};
+    return set_writer(
+        *target, std::make_unique<ConstantWriter>(gamepad_index_, target->id, value, deadline));
 }
 
-void Game::GamepadImpl::set_writer(const GamepadAttribute& attribute,
-                                   std::unique_ptr<Writer> writer) {
+PlacedWriter Game::GamepadImpl::set_writer(const GamepadAttribute& attribute,
+                                           std::unique_ptr<Writer> writer) {
     const auto present = attribute_writers_.constFind(attribute.id);
     if (present != attribute_writers_.constEnd()) {
         read_thread_->push_command(RemoveWriter{present.value()});
     }
-    attribute_writers_.insert(attribute.id, read_thread_->add_writer(std::move(writer)));
+    const std::uint64_t id = read_thread_->add_writer(std::move(writer));
+    attribute_writers_.insert(attribute.id, id);
+    return {attribute.id, id};
 }
 
 void Game::GamepadImpl::clear_writer(std::size_t attribute) {
     const GamepadAttribute* target = attribute_at(attribute);
     if (target == nullptr) return;
-    const auto present = attribute_writers_.constFind(target->id);
+    remove_writer(attribute_writers_.constFind(target->id));
+}
+
+void Game::GamepadImpl::clear_placed_writer(const PlacedWriter& placed) {
+    const auto present = attribute_writers_.constFind(placed.attribute);
+    if (present != attribute_writers_.constEnd() && present.value() == placed.writer) {
+        remove_writer(present);
+    }
+}
+
+void Game::GamepadImpl::remove_writer(AttributeWriters::const_iterator present) {
     if (present == attribute_writers_.constEnd()) return;
     read_thread_->push_command(RemoveWriter{present.value()});
     attribute_writers_.erase(present);

@@ -25,6 +25,9 @@ public:
     // next back().
     void publish() { back_ = middle_.exchange(back_ | fresh) & index; }
 
+    // Polling thread: a publication waits that the main thread has not collected.
+    bool uncollected() const { return (middle_.load() & fresh) != 0; }
+
     // Main thread: brings the newest publication, if there is one, into view(). True if it did.
     bool collect() {
         if ((middle_.load() & fresh) == 0) return false;

@@ -14,8 +14,8 @@
 namespace gamepad {
 namespace {
 
-// The subject of the delivery that follows a tick in which any pad's metadata changed.
-constexpr std::size_t any_metadata = static_cast<std::size_t>(-1);
+// One note waits and one is delivered; a nested event loop inside a delivery may want a third.
+constexpr std::size_t delivery_slot_count = 3;
 
 }  // namespace
 
@@ -34,8 +34,8 @@ ReadThread::ReadThread(Backend* backend, std::unique_ptr<platform::TickSource> t
       input_states_(gamepad_count_),
       output_states_(gamepad_count_),
       gamepads_(gamepad_count_),
-      delivery_slot_count_(2 * (gamepad_count_ + 1)),
-      delivery_slots_(std::make_unique<DeliveryEvent::Slot[]>(delivery_slot_count_)) {
+      delivery_slots_(std::make_unique<DeliveryEvent::Slot[]>(delivery_slot_count)),
+      collected_(gamepad_count_) {
     control_->ticks = ticks ? std::move(ticks) : std::make_unique<platform::TickTimer>();
     DeliveryEvent::event_type();  // registered here rather than on the polling thread
 }
@@ -62,52 +62,115 @@ void ReadThread::push_command(Command command) {
 
 bool ReadThread::event(QEvent* event) {
     if (event->type() != DeliveryEvent::event_type()) return QThread::event(event);
-    const std::size_t subject = static_cast<DeliveryEvent*>(event)->subject();
-    if (subject == any_metadata) {
-        deliver_any_metadata();
-    } else {
-        collect_publication(subject);
-    }
+    static_cast<DeliveryEvent*>(event)->mark_delivered();
+    collect_publication();
     return true;
 }
 
-void ReadThread::collect_publication(std::size_t gamepad) {
-    if (gamepad >= gamepad_count_) return;
-    GamepadExchange& exchange = gamepads_[gamepad];
-    exchange.delivery_pending.store(false);
-    GamepadDelivery& delivery = exchange.delivery;
-    if (delivery.delivering) {
-        // A user's nested event loop: the view must not move under the delivery that runs, so
+void ReadThread::collect_publication() {
+    delivery_pending_.store(false);
+    if (delivering_) {
+        // A user's nested event loop: the views must not move under the delivery that runs, so
         // that one collects again when it is done.
-        delivery.again = true;
+        again_ = true;
         return;
     }
-    delivery.delivering = true;
+    delivering_ = true;
     do {
-        delivery.again = false;
-        if (!exchange.channel.collect()) break;
-        deliver(gamepad, exchange);
-    } while (delivery.again);
-    delivery.delivering = false;
+        again_ = false;
+        // All at once, before anything is told: a handler sees every pad as new as its news.
+        for (std::size_t i = 0; i < gamepad_count_; ++i)
+            collected_[i] = gamepads_[i].channel.collect();
+        notes_channel_.collect();
+        tell_pads();
+        tell_notes();
+    } while (again_);
+    delivering_ = false;
 }
 
-void ReadThread::deliver(std::size_t gamepad, GamepadExchange& exchange) {
-    GamepadPublication& view = *exchange.channel.view();
-    GamepadDelivery& delivery = exchange.delivery;
-    Q_EMIT gamepad_changed(gamepad);
-    if (delivery.take_metadata(view)) Q_EMIT gamepad_metadata_changed(gamepad);
-    if (delivery.take_connection(view)) Q_EMIT gamepad_is_connected_changed(gamepad);
-    delivery.replay(view, [&](std::size_t a) { Q_EMIT gamepad_attribute_changed(gamepad, a); });
+void ReadThread::tell_pads() {
+    for (std::size_t i = 0; i < gamepad_count_; ++i) {
+        if (!collected_[i]) continue;
+        GamepadPublication& view = *gamepads_[i].channel.view();
+        GamepadDelivery& delivery = gamepads_[i].delivery;
+        Q_EMIT gamepad_changed(i);
+        if (delivery.take_metadata(view)) Q_EMIT gamepad_metadata_changed(i);
+        if (delivery.take_connection(view)) Q_EMIT gamepad_is_connected_changed(i);
+        delivery.begin(view);
+    }
+    tell_transitions();
+    for (std::size_t i = 0; i < gamepad_count_; ++i) {
+        if (!collected_[i]) continue;
+        gamepads_[i].delivery.finish(*gamepads_[i].channel.view(), [&](std::size_t a) {
+            Q_EMIT gamepad_attribute_changed(i, a);
+        });
+    }
 }
 
-void ReadThread::deliver_any_metadata() {
-    any_metadata_pending_.store(false);
-    Q_EMIT gamepad_any_metadata_changed();
+// The pads' transitions merged by the order in which they happened.
+void ReadThread::tell_transitions() {
+    for (;;) {
+        std::size_t pad = 0;
+        const ButtonTransition* next = nullptr;
+        for (std::size_t i = 0; i < gamepad_count_; ++i) {
+            if (!collected_[i]) continue;
+            const ButtonTransition* t =
+                gamepads_[i].delivery.next_transition(*gamepads_[i].channel.view());
+            if (t != nullptr && (next == nullptr || t->order < next->order)) {
+                next = t;
+                pad = i;
+            }
+        }
+        if (next == nullptr) return;
+        const std::size_t a = gamepads_[pad].delivery.tell(*gamepads_[pad].channel.view(), *next);
+        if (a != GamepadDelivery::none) Q_EMIT gamepad_attribute_changed(pad, a);
+    }
 }
 
-void ReadThread::post_delivery(std::size_t subject) {
+// The answers in order, and the metadata note where the latest metadata change came.
+void ReadThread::tell_notes() {
+    const DeliveryNotes* notes = notes_channel_.view();
+    if (notes == nullptr) return;
+    const std::uint64_t metadata = notes->metadata_sequence();
+    while (const AttachAnswer* answer = notes->answer_after(told_note_)) {
+        if (metadata > told_note_ && metadata < answer->sequence) {
+            told_note_ = metadata;
+            Q_EMIT gamepad_any_metadata_changed();
+        }
+        told_note_ = answer->sequence;
+        if (answer->failed) {
+            Q_EMIT virtual_gamepad_attach_error(answer->error, answer->generation);
+        } else {
+            Q_EMIT virtual_gamepad_attach_success(answer->gamepad, answer->generation);
+        }
+    }
+    if (metadata > told_note_) {
+        told_note_ = metadata;
+        Q_EMIT gamepad_any_metadata_changed();
+    }
+}
+
+bool ReadThread::publish_notes() {
+    if (!notes_changed_) return false;
+    notes_channel_.back() = notes_;
+    notes_channel_.publish();
+    notes_changed_ = false;
+    return true;
+}
+
+void ReadThread::post_delivery(bool news) {
+    // A delivery that Qt destroyed undelivered left its news in the channels: post it again.
+    if (!news && (delivery_pending_.load() || !uncollected_news())) return;
+    if (delivery_pending_.exchange(true)) return;
     QCoreApplication::postEvent(
-        this, DeliveryEvent::make(delivery_slots_.get(), delivery_slot_count_, subject));
+        this, DeliveryEvent::make(delivery_slots_.get(), delivery_slot_count, &delivery_pending_));
+}
+
+bool ReadThread::uncollected_news() const {
+    for (const GamepadExchange& exchange : gamepads_) {
+        if (exchange.channel.uncollected()) return true;
+    }
+    return notes_channel_.uncollected();
 }
 
 void ReadThread::run() {
@@ -142,6 +205,9 @@ void ReadThread::run() {
             control.ticks->cancel();
             control.armed_rate = 0;
             process_commands();
+            // A resume that came meanwhile ticks at once, and the answers go with that tick's
+            // reads: so the pad that an attach brought is known when its answer is told.
+            if (control.state.load() != ReadThreadState::Run) post_delivery(publish_notes());
             control.ticks->wait_event();
         }
         tick();
@@ -190,9 +256,15 @@ void ReadThread::tick() {
         }
     }
     run_writers(any_metadata_changed);
+    bool news = false;
     for (std::size_t i = 0; i < gamepad_count_; ++i)
-        publish_gamepad(i);
-    if (any_metadata_changed && !any_metadata_pending_.exchange(true)) post_delivery(any_metadata);
+        news = publish_gamepad(i) || news;
+    if (any_metadata_changed) {
+        notes_.note_any_metadata();
+        notes_changed_ = true;
+    }
+    news = publish_notes() || news;
+    post_delivery(news);
 }
 
 void ReadThread::run_writers(bool any_metadata_changed) {
@@ -225,12 +297,13 @@ void ReadThread::run_command(Command& command) {
         const std::uint32_t result = backend_->attach_virtual_gamepad(attach->kind, gamepad);
         attached_generation_ = result == 0 ? attach->generation : 0;
         attached_pad_ = gamepad;
-        if (result == 0) {
-            Q_EMIT virtual_gamepad_attach_success(gamepad, attach->generation);
-        } else {
-            Q_EMIT virtual_gamepad_attach_error(backend_->attach_error_text(attach->kind, result),
-                                                attach->generation);
-        }
+        notes_.note_answer({.generation = attach->generation,
+                            .failed = result != 0,
+                            .gamepad = gamepad,
+                            .error = result == 0
+                                         ? QByteArray()
+                                         : backend_->attach_error_text(attach->kind, result)});
+        notes_changed_ = true;
     } else if (const auto* detach = std::get_if<DetachVirtualGamepad>(&command)) {
         if (detach->generation != attached_generation_) return;
         attached_generation_ = 0;
@@ -238,14 +311,11 @@ void ReadThread::run_command(Command& command) {
     }
 }
 
-void ReadThread::publish_gamepad(std::size_t gamepad) {
+bool ReadThread::publish_gamepad(std::size_t gamepad) {
     GamepadExchange& e = gamepads_[gamepad];
     const GamepadState& input = input_states_[gamepad];
     backend_->write_gamepad(gamepad, output_states_[gamepad]);
-    if (e.metadata_changed) {
-        ++e.metadata_generation;
-        e.transitions.forget();  // their positions belong to the old metadata
-    }
+    if (e.metadata_changed) ++e.metadata_generation;
     bool values_changed = false;
     const std::size_t count =
         std::min({e.metadata.attributes.size(), e.state.values.size(), input.values.size()});
@@ -253,14 +323,18 @@ void ReadThread::publish_gamepad(std::size_t gamepad) {
         const AttributeType type = e.metadata.attributes[a].type;
         if (attribute_value_changed(type, e.state.values[a], input.values[a])) {
             values_changed = true;
-            if (type == AttributeType::Button) e.transitions.record(a, input.values[a].as_button());
+            if (type == AttributeType::Button) {
+                e.transitions.record(++transition_order_, e.metadata.attributes[a].id, a,
+                                     input.values[a].as_button());
+            }
         }
         e.state.values[a] = input.values[a];
     }
     const bool connection_changed = e.state.is_connected != input.is_connected;
     e.state.is_connected = input.is_connected;
 
-    if (connection_changed || e.metadata_changed || values_changed) {
+    const bool news = connection_changed || e.metadata_changed || values_changed;
+    if (news) {
         GamepadPublication& record = e.channel.back();
         if (record.metadata_generation != e.metadata_generation) {
             record.metadata = e.metadata;
@@ -270,9 +344,9 @@ void ReadThread::publish_gamepad(std::size_t gamepad) {
         record.state.values = input.values;
         record.transitions = e.transitions;
         e.channel.publish();
-        if (!e.delivery_pending.exchange(true)) post_delivery(gamepad);
     }
     e.metadata_changed = false;
+    return news;
 }
 
 void ReadThread::refresh_metadata(std::size_t gamepad, GamepadExchange& e) {

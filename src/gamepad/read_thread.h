@@ -3,6 +3,7 @@
 #include <QElapsedTimer>
 #include <QThread>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -10,6 +11,7 @@
 
 #include "gamepad/command_queue.h"
 #include "gamepad/delivery_event.h"
+#include "gamepad/delivery_notes.h"
 #include "gamepad/gamepad_exchange.h"
 #include "gamepad/read_thread_control.h"
 
@@ -20,10 +22,10 @@ class Backend;
 // The polling thread. The object lives on the main thread; run() is the thread, which has no
 // event loop. Each tick it runs the commands, reads every pad, lets the writers override what
 // goes out, writes to the devices, and publishes what the pads reported if it changed. It then
-// posts one delivery per pad with news, unless one is still waiting: however long the main
-// thread is held up, what waits for it stays bounded by the number of pads. The deliveries run
-// on the main thread and emit the pads' signals there; the attach signals are emitted on the
-// polling thread and reach the main thread queued.
+// posts one delivery, unless one is still waiting: however long the main thread is held up, one
+// delivery waits for it. A delivery runs on the main thread, collects every pad and the notes
+// (attach answers, metadata news) at once and only then emits the signals, so that whatever a
+// user looks at in a handler is already as new as what it is told.
 class ReadThread : public QThread {
     Q_OBJECT
 
@@ -40,10 +42,10 @@ public:
     std::uint64_t add_writer(std::unique_ptr<Writer> writer);
     // Main thread.
     void push_command(Command command);
-    // Main thread, on the pad's delivery: brings what was published for the pad into its views
-    // and tells what changed since the last delivery through the signals, button transitions
-    // in order, each with its own value.
-    void collect_publication(std::size_t gamepad);
+    // Main thread, on a delivery: brings what was published into the views and tells what
+    // changed since the last delivery through the signals, the button transitions of all pads
+    // in the order they happened, each with its own value, and then the notes in theirs.
+    void collect_publication();
     // Main thread: the pad's views. Only the views may be read from there.
     const GamepadExchange& exchange(std::size_t gamepad) const { return gamepads_[gamepad]; }
 
@@ -73,13 +75,17 @@ private:
     void run_command(Command& command);
     void write_empty_outputs();
     void run_writers(bool any_metadata_changed);
-    void publish_gamepad(std::size_t gamepad);
+    // True if it published.
+    bool publish_gamepad(std::size_t gamepad);
     void refresh_metadata(std::size_t gamepad, GamepadExchange& exchange);
-    // Polling thread: posts a delivery for a pad, or for the metadata of the tick.
-    void post_delivery(std::size_t subject);
+    bool publish_notes();
+    // Polling thread: posts a delivery for `news`, or for what a lost one left uncollected.
+    void post_delivery(bool news);
+    bool uncollected_news() const;
     // Main thread.
-    void deliver(std::size_t gamepad, GamepadExchange& exchange);
-    void deliver_any_metadata();
+    void tell_pads();
+    void tell_transitions();
+    void tell_notes();
 
     std::unique_ptr<ReadThreadControl> control_;
     std::size_t gamepad_count_;
@@ -91,11 +97,20 @@ private:
     QElapsedTimer refresh_timer_;
     std::vector<GamepadExchange> gamepads_;
     CommandQueue commands_;
-    // Polling thread sets it (exchange) when it posts the tick's metadata news; the main thread
-    // clears it (store) when that delivery runs.
-    std::atomic<bool> any_metadata_pending_{false};
-    std::size_t delivery_slot_count_;
+    std::uint64_t transition_order_ = 0;  // polling thread: counts the transitions of all pads
+    DeliveryNotes notes_;                 // polling thread
+    bool notes_changed_ = false;          // polling thread
+    PublicationChannel<DeliveryNotes> notes_channel_;
+    std::uint64_t told_note_ = 0;  // main thread: the sequence of the last note told
+    // Polling thread sets it (exchange) when it posts a delivery; the main thread clears it
+    // (store) before it collects, and so does a delivery that Qt destroys undelivered.
+    std::atomic<bool> delivery_pending_{false};
     std::unique_ptr<DeliveryEvent::Slot[]> delivery_slots_;
+    // Main thread: the pads that the running delivery collected, and whether a nested event loop
+    // of a user asked for another delivery while it ran.
+    std::vector<bool> collected_;
+    bool delivering_ = false;
+    bool again_ = false;
     // Polling thread: the generation of the attached virtual pad and its index; 0 for none.
     std::uint64_t attached_generation_ = 0;
     std::size_t attached_pad_ = 0;

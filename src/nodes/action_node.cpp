@@ -84,8 +84,11 @@ ActionNode::ActionNode(ZestNode node, AttributeType kind, ActionMode mode)
     connect(&test_timer_, &QTimer::timeout, this, invalidate);
 }
 
-// A running override stays: it ends at its deadline while the core runs.
-ActionNode::~ActionNode() = default;
+// What the node drives goes with it: no override outlives its maker, nor comes back when the
+// core resumes.
+ActionNode::~ActionNode() {
+    clear_override();
+}
 
 void ActionNode::get_name(char* buffer) const {
     write_node_name(buffer, *gamepads_, gamepad_index_, attribute_index_, name_keys(kind_, mode_));
@@ -126,8 +129,13 @@ void ActionNode::build_selection(ZestPanel panel, std::int32_t& new_pad,
     new_attribute = pick_writable_attribute(panel, {pad, kind_, capabilities_of(*pad)});
 }
 
+// The override follows its attribute's id: the same attribute at another place in a new list of
+// the same pad keeps it.
 void ActionNode::change_selection(std::int32_t new_pad, std::int32_t new_attribute) {
-    clear_override();
+    const gamepad::GamepadAttribute* chosen = attribute_at(new_pad, new_attribute);
+    if (new_pad != override_pad_ || chosen == nullptr || chosen->id != override_.attribute) {
+        clear_override();
+    }
     gamepad_index_ = new_pad;
     attribute_index_ = new_attribute;
     zest_node_invalidate_name(node_);
@@ -178,11 +186,22 @@ void ActionNode::build_test_buttons(ZestPanel panel) {
     zest_node_invalidate_properties(node_);
 }
 
-void ActionNode::clear_override() {
-    gamepad::Gamepad* pad = gamepads_->gamepad(gamepad_index_);
-    if (pad != nullptr && attribute_index_ >= 0) {
-        pad->impl()->clear_writer(static_cast<std::size_t>(attribute_index_));
+const gamepad::GamepadAttribute* ActionNode::attribute_at(std::int32_t pad,
+                                                          std::int32_t attribute) const {
+    const gamepad::Gamepad* handle = gamepads_->gamepad(pad);
+    const gamepad::GamepadMetadata* metadata = handle ? handle->metadata() : nullptr;
+    if (metadata == nullptr || attribute < 0 ||
+        static_cast<std::size_t>(attribute) >= metadata->attributes.size()) {
+        return nullptr;
     }
+    return &metadata->attributes[static_cast<std::size_t>(attribute)];
+}
+
+void ActionNode::clear_override() {
+    gamepad::Gamepad* pad = gamepads_->gamepad(override_pad_);
+    if (pad != nullptr && override_.writer != 0) pad->impl()->clear_placed_writer(override_);
+    override_pad_ = -1;
+    override_ = {};
 }
 
 // Seconds beyond the 32-bit range of milliseconds (about 24.8 days) hold for that long; a
@@ -193,17 +212,19 @@ std::int32_t ActionNode::firing_ms() const {
 
 void ActionNode::fire() {
     gamepad::Gamepad* pad = gamepads_->gamepad(gamepad_index_);
-    if (pad == nullptr || attribute_index_ < 0) return;
-    const auto attribute = static_cast<std::size_t>(attribute_index_);
+    const gamepad::GamepadAttribute* target = attribute_at(gamepad_index_, attribute_index_);
+    if (target == nullptr) return;
+    // One override per node: a firing on another attribute than the last leaves none behind.
+    clear_override();
+    override_pad_ = gamepad_index_;
     const std::int64_t deadline = gamepad::deadline_after(firing_ms());
     if (mode_ == ActionMode::Constant) {
-        pad->impl()->set_constant(attribute, value_, deadline);
+        override_ =
+            pad->impl()->set_constant(static_cast<std::size_t>(attribute_index_), value_, deadline);
         return;
     }
-    const gamepad::GamepadMetadata* metadata = pad->metadata();
-    if (metadata == nullptr || attribute >= metadata->attributes.size()) return;
-    const gamepad::GamepadAttribute& target = metadata->attributes[attribute];
-    pad->impl()->set_writer(target, std::make_unique<gamepad::NoiseWriter>(
-                                        pad->impl()->gamepad_index(), target.id, frequency_,
-                                        amplitude_, gamepad::draw_noise_seed(), deadline));
+    override_ = pad->impl()->set_writer(
+        *target,
+        std::make_unique<gamepad::NoiseWriter>(pad->impl()->gamepad_index(), target->id, frequency_,
+                                               amplitude_, gamepad::draw_noise_seed(), deadline));
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "gamepad/gamepad_impl.h"
 #include "gamepad/gamepads.h"
 #include "hostapi/host_api.h"
 #include "nodes/node_kinds.h"
@@ -35,9 +36,11 @@ private:
     // The pad list and, with a pad, the attribute list; gives -1 for what isn't chosen.
     void build_selection(ZestPanel panel, std::int32_t& new_pad, std::int32_t& new_attribute);
     void change_selection(std::int32_t new_pad, std::int32_t new_attribute);
+    // The attribute at a position of a pad's list as the main thread sees it now; null for none.
+    const gamepad::GamepadAttribute* attribute_at(std::int32_t pad, std::int32_t attribute) const;
     void build_value_controls(ZestPanel panel);
     void build_test_buttons(ZestPanel panel);
-    // Ends the override on the selected attribute now rather than at its deadline.
+    // Ends this node's override now rather than at its deadline, unless another has replaced it.
     void clear_override();
     // How long one firing lasts, in milliseconds.
     std::int32_t firing_ms() const;
@@ -53,4 +56,8 @@ private:
     double amplitude_ = 1.0;
     double seconds_ = 0.1;
     QTimer test_timer_;  // runs while a test from the panel lasts
+    // The override this node put in place last, on which pad; it stays the node's until it is
+    // replaced, by this node or another.
+    std::int32_t override_pad_ = -1;
+    gamepad::PlacedWriter override_;
 };

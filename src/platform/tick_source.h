@@ -11,6 +11,10 @@ class TickSource {
 public:
     virtual ~TickSource() = default;
 
+    // Any thread. False if the timer or the event could not be made: nothing may wait on it then,
+    // since a wait would never end or never block.
+    virtual bool ready() const = 0;
+
     // Polling thread; never blocks. An expiry every `period_ms`, the first one period from now.
     virtual void arm(std::int32_t period_ms) = 0;
     // Polling thread; never blocks. No timer wake-up until the next arm.

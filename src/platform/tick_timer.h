@@ -19,6 +19,8 @@ public:
     TickTimer(const TickTimer&) = delete;
     TickTimer& operator=(const TickTimer&) = delete;
 
+    bool ready() const override;
+
     // Polling thread; never blocks. An expiry every `period_ms` (below 1 counts as 1), the first
     // one period from now. Replaces any earlier arming, and an expiry it left pending.
     void arm(std::int32_t period_ms) override;

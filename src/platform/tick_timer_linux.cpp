@@ -35,8 +35,12 @@ TickTimer::TickTimer()
       event_fd_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
 TickTimer::~TickTimer() {
-    ::close(timer_fd_);
-    ::close(event_fd_);
+    if (timer_fd_ >= 0) ::close(timer_fd_);
+    if (event_fd_ >= 0) ::close(event_fd_);
+}
+
+bool TickTimer::ready() const {
+    return timer_fd_ >= 0 && event_fd_ >= 0;
 }
 
 void TickTimer::arm(std::int32_t period_ms) {

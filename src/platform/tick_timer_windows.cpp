@@ -15,8 +15,12 @@ TickTimer::TickTimer()
       event_(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
 
 TickTimer::~TickTimer() {
-    CloseHandle(timer_);
-    CloseHandle(event_);
+    if (timer_ != nullptr) CloseHandle(timer_);
+    if (event_ != nullptr) CloseHandle(event_);
+}
+
+bool TickTimer::ready() const {
+    return timer_ != nullptr && event_ != nullptr;
 }
 
 void TickTimer::arm(std::int32_t period_ms) {

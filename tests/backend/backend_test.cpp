@@ -9,6 +9,7 @@
 #include "backend/attribute_table.h"
 #include "backend_fixture.h"
 #include "support/allocation_counter.h"
+#include "support/eventually.h"
 
 namespace gamepad {
 namespace {
@@ -180,6 +181,50 @@ TEST_F(ViGEmBackendTest, FailuresEndInTheirCodesWithNothingLeftPlugged) {
     EXPECT_EQ(backend->attach_error_text(0, 1), "VirtualGamepad.ErrorUnknown");
     EXPECT_EQ(backend->attach_error_text(0, 2), "VirtualGamepad.ErrorNoDriver");
     EXPECT_EQ(backend->attach_error_text(0, 3), "VirtualGamepad.ErrorNoFreeSlot");
+}
+
+// A target that the bus refuses to take back stays ours: switching on again takes it up rather
+// than plugging a second one, and its rumble still comes through; it is asked to go again at
+// refreshes further and further apart until the bus takes it. At the backend's end, closing the
+// connection takes it off the bus whatever the driver says (seen by the fixture).
+TEST_F(ViGEmBackendTest, ARefusedUnplugKeepsTheTargetUntilTheBusTakesItBack) {
+    zestsim::plug_pad(0, Subtype::Gamepad);
+    std::size_t pad = 0;
+    ASSERT_EQ(attach(pad), 0u);
+    zestsim::refuse_requests(BUS_IOCTL_UNPLUG_TARGET, ERROR_GEN_FAILURE);
+    backend->detach_virtual_gamepad(pad);
+    EXPECT_EQ(last_log(), "warning Gamepad: could not remove ViGEm target - error 0xe0000004");
+    ASSERT_EQ(attach(pad), 0u);
+    EXPECT_EQ(pad, 1u);
+    EXPECT_EQ(zestsim::plugged_targets(), 1u);
+    EXPECT_EQ(zestsim::ioctl_calls(BUS_IOCTL_PLUG_TARGET), 1u);
+    XINPUT_VIBRATION motors{0xFF00, 0};  // another program
+    XInputSetState(1, &motors);
+    EXPECT_TRUE(eventually([&] {
+        read(pad);
+        return state.values[21].as_motor() == 1.0;
+    }));
+
+    backend->detach_virtual_gamepad(pad);
+    std::vector<int> asked_at;
+    for (int refresh = 1; refresh <= 40; ++refresh) {
+        const std::uint64_t before = zestsim::ioctl_calls(BUS_IOCTL_UNPLUG_TARGET);
+        backend->refresh_gamepads();
+        if (zestsim::ioctl_calls(BUS_IOCTL_UNPLUG_TARGET) > before) asked_at.push_back(refresh);
+    }
+    ASSERT_GE(asked_at.size(), 3u);
+    EXPECT_LT(asked_at.size(), 10u);
+    for (std::size_t i = 2; i < asked_at.size(); ++i)
+        EXPECT_GE(asked_at[i] - asked_at[i - 1], asked_at[i - 1] - asked_at[i - 2]);
+    EXPECT_GT(asked_at[2] - asked_at[1], asked_at[1] - asked_at[0]);
+    EXPECT_EQ(zestsim::plugged_targets(), 1u);
+    zestsim::refuse_requests(BUS_IOCTL_UNPLUG_TARGET, 0);
+    for (int refresh = 0; refresh < 64 && zestsim::plugged_targets() != 0; ++refresh)
+        backend->refresh_gamepads();
+    EXPECT_EQ(zestsim::plugged_targets(), 0u);
+
+    ASSERT_EQ(attach(pad), 0u);
+    zestsim::refuse_requests(BUS_IOCTL_UNPLUG_TARGET, ERROR_GEN_FAILURE);
 }
 
 TEST_F(ViGEmBackendTest, ReportsCarryEveryByteAndAxisBitForBit) {

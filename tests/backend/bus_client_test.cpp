@@ -4,8 +4,10 @@
 #include <atomic>
 #include <chrono>
 #include <ctime>
+#include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "backend/bus/bus_client.h"
 #include "backend/bus/bus_requests.h"
@@ -200,6 +202,71 @@ TEST_F(BusClientTest, EachRefusedControlCodeEndsEveryCallAndCostsNoCore) {
         bus_target_free(std::exchange(target, nullptr));
         bus_client_free(std::exchange(client, nullptr));
         EXPECT_EQ(zestsim::pending_requests(), 0u);
+    }
+}
+
+// A notification thread that meets an error, a refusal of access among them, backs off and asks
+// again for as long as its target is plugged: rumble gets through once the driver answers.
+TEST_F(BusClientTest, RumbleGetsThroughAgainOnceTheDriverAnswers) {
+    connect_and_plug();
+    Rumble rumble;
+    ASSERT_EQ(bus_target_register_notification(client, target, on_rumble, &rumble), BUS_OK);
+    int sent = 0;
+    const auto rumble_once = [&] {
+        XINPUT_VIBRATION motors{static_cast<WORD>(++sent << 8), 0};
+        XInputSetState(0, &motors);
+        ASSERT_TRUE(eventually([&] { return rumble.calls.load() == sent; }));
+        EXPECT_EQ(rumble.large.load(), sent);
+    };
+    for (const DWORD error : {ERROR_ACCESS_DENIED, ERROR_OPERATION_ABORTED, ERROR_GEN_FAILURE}) {
+        SCOPED_TRACE("refused with " + std::to_string(error));
+        ASSERT_TRUE(eventually([] { return zestsim::pending_requests() == 2; }));  // one waits
+        zestsim::refuse_requests(BUS_IOCTL_AWAIT_X360_NOTIFICATION, error);
+        const std::uint64_t asked = zestsim::ioctl_calls(BUS_IOCTL_AWAIT_X360_NOTIFICATION);
+        rumble_once();  // the request in flight takes it; the next ones are refused
+        EXPECT_TRUE(eventually(
+            [&] { return zestsim::ioctl_calls(BUS_IOCTL_AWAIT_X360_NOTIFICATION) >= asked + 3; }));
+        zestsim::refuse_requests(BUS_IOCTL_AWAIT_X360_NOTIFICATION, 0);
+        rumble_once();
+    }
+    EXPECT_EQ(bus_target_remove(client, target), BUS_OK);
+}
+
+// Out of handles at each event the client makes in turn: every call that needs one ends at once
+// in an error, the client and target can be freed at once, and closing the client takes what
+// stays plugged off the bus.
+TEST_F(BusClientTest, EachRefusedEventEndsItsCallInAnErrorAndLeavesNothingWaiting) {
+    const testsupport::LogCapture logged;
+    for (std::uint32_t made = 0;; ++made) {
+        SCOPED_TRACE("events made before the refusal: " + std::to_string(made));
+        ASSERT_LT(made, 20u);
+        zestsim::reset();
+        zestsim::refuse_events(true, made);
+        client = bus_client_alloc();
+        target = bus_target_alloc_x360();
+        Rumble rumble;
+        std::vector<BusStatus> statuses;
+        EXPECT_EQ(client == nullptr, made == 0);  // its termination event
+        if (client != nullptr) {
+            statuses = {bus_client_connect(client), bus_target_add(client, target),
+                        bus_target_register_notification(client, target, on_rumble, &rumble)};
+            if (statuses.back() == BUS_OK) {  // a thread that started has what it needs
+                XINPUT_VIBRATION motors{0xFF00, 0};
+                XInputSetState(0, &motors);
+                EXPECT_TRUE(eventually([&] { return rumble.calls.load() == 1; }));
+            }
+            statuses.push_back(bus_target_update_x360(client, target, {}));
+            statuses.push_back(bus_target_remove(client, target));
+        }
+        EXPECT_LE(plugs(), 1u);  // a serial search without events stops at once
+        const auto start = std::chrono::steady_clock::now();
+        bus_target_free(std::exchange(target, nullptr));
+        bus_client_free(std::exchange(client, nullptr));
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(900));
+        EXPECT_EQ(zestsim::pending_requests(), 0u);
+        EXPECT_EQ(zestsim::plugged_targets(), 0u);
+        EXPECT_EQ(logged.lines(), std::vector<std::string>());
+        if (HasFailure() || std::ranges::count(statuses, BUS_OK) == 5) break;
     }
 }
 

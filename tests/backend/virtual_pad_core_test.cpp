@@ -50,9 +50,10 @@ protected:
 };
 
 // What the machine shows against what the core says, and the panel while it is open; empty
-// when they agree.
+// when they agree. With `ghost`, a target that the bus refused to take back may stay plugged
+// while no virtual pad is connected.
 std::string untruth(const Game::Impl& core, const Gamepads* panel_pads, hostkit::Panel& panel,
-                    bool rumbling) {
+                    bool rumbling, bool ghost) {
     std::string text;
     if (panel_pads != nullptr) {
         panel.run_pass(
@@ -69,7 +70,7 @@ std::string untruth(const Game::Impl& core, const Gamepads* panel_pads, hostkit:
     const bool connected = plugged == 1 && shown == index && index >= 0 &&
                            XInputGetState(static_cast<DWORD>(index), &pad) == ERROR_SUCCESS &&
                            text == "Connected as Gamepad " + std::to_string(index + 1);
-    const bool unplugged = plugged == 0 && index == -1;
+    const bool unplugged = plugged <= (ghost ? 1u : 0u) && index == -1;
     const bool true_state =
         state == VirtualGamepadState::Connected ? connected
         : state == VirtualGamepadState::Error
@@ -81,21 +82,20 @@ std::string untruth(const Game::Impl& core, const Gamepads* panel_pads, hostkit:
            std::to_string(zestsim::vibration(2).left);
 }
 
-// A driver that refuses a request at once. An unplug it refuses leaves the pad plugged, which
-// no client can help, so that one is left out here.
-constexpr DWORD refusable[] = {BUS_IOCTL_CHECK_VERSION,
-                               BUS_IOCTL_PLUG_TARGET,
-                               BUS_IOCTL_WAIT_READY,
-                               BUS_IOCTL_SUBMIT_X360_REPORT,
-                               BUS_IOCTL_AWAIT_X360_NOTIFICATION,
+// A driver that refuses a request at once.
+constexpr DWORD refusable[] = {BUS_IOCTL_CHECK_VERSION,      BUS_IOCTL_PLUG_TARGET,
+                               BUS_IOCTL_WAIT_READY,         BUS_IOCTL_UNPLUG_TARGET,
+                               BUS_IOCTL_SUBMIT_X360_REPORT, BUS_IOCTL_AWAIT_X360_NOTIFICATION,
                                BUS_IOCTL_AWAIT_OUTPUT};
 
-// One fault of the machine at a time, or none (0). (All serials refused would cost 65,535
-// requests per attach.)
-void set_fault(std::uint64_t fault, std::mt19937_64& random) {
+// One fault of the machine at a time, or none (0); true when it may leave a target plugged that
+// the bus refuses to take back. (All serials refused would cost 65,535 requests per attach.)
+bool set_fault(std::uint64_t fault, std::mt19937_64& random) {
     const DWORD refused = refusable[random() % std::size(refusable)];
+    const DWORD error = random() % 2 == 0 ? ERROR_GEN_FAILURE : ERROR_ACCESS_DENIED;
     for (const DWORD code : refusable)
-        zestsim::refuse_requests(code, fault == 7 && code == refused ? ERROR_GEN_FAILURE : 0);
+        zestsim::refuse_requests(code, fault == 7 && code == refused ? error : 0);
+    zestsim::refuse_events(fault == 8, static_cast<std::uint32_t>(random() % 12));
     zestsim::set_bus_driver(fault != 1);
     zestsim::refuse_serials(fault == 2 ? std::vector<std::uint32_t>{1, 2}
                                        : std::vector<std::uint32_t>{});
@@ -105,6 +105,7 @@ void set_fault(std::uint64_t fault, std::mt19937_64& random) {
     zestsim::set_target_appearance(
         fault == 6 ? zestsim::Appearance::Late : zestsim::Appearance::AtOnce,
         static_cast<int>(random() % 4), std::chrono::milliseconds(random() % 30));
+    return (fault == 7 && refused == BUS_IOCTL_UNPLUG_TARGET) || fault == 8;
 }
 
 // A loaded plug-in's core, counting the attaches it sends and the answers it gets, so that a
@@ -128,11 +129,11 @@ struct CountedCore {
 };
 
 // Random runs of switching on and off (often faster than an attach), feed changes, a node's
-// rumble coming and going, driver faults and unloads. Whenever no attach is in flight, the core
-// tells the truth: connected exactly when one target is plugged and answers at the index it
-// names. A rumble whose node goes without clearing it stops while the core pauses for want of
-// users, goes on when it resumes, and stops when the core ends at once. ZEST_RANDOM_STEPS makes
-// the run longer, ZEST_RANDOM_SEED replays one.
+// rumble coming and going, driver faults (events refused among them) and unloads. Whenever no
+// attach is in flight, the core tells the truth: connected exactly when one target is plugged
+// and answers at the index it names; none is left after an unload. A rumble whose node goes without
+// clearing it stops while the core pauses for want of users, goes on when it resumes, and stops
+// when the core ends at once. ZEST_RANDOM_STEPS makes the run longer, ZEST_RANDOM_SEED replays one.
 TEST_F(VirtualPadCoreTest, RandomSwitchingFaultsAndUnloadsEndInTheTruth) {
     const std::uint64_t seed = testsupport::random_seed();
     const std::uint64_t steps = testsupport::from_environment("ZEST_RANDOM_STEPS", 300);
@@ -148,6 +149,9 @@ TEST_F(VirtualPadCoreTest, RandomSwitchingFaultsAndUnloadsEndInTheTruth) {
     std::unique_ptr<Gamepads> node;
     std::size_t node_motor = 0;
     bool node_writer = false;  // left in place by a node that went
+    // A target refused to go may stay until the next connection takes it up, or the unload.
+    bool ghost = false;
+    bool ghost_fault = false;
     const auto unload = [&] {
         node.reset();
         preferences.reset();
@@ -185,15 +189,17 @@ TEST_F(VirtualPadCoreTest, RandomSwitchingFaultsAndUnloadsEndInTheTruth) {
                 node_motor = rumble(*node, 2);
             }
         } else if (action < 12) {
-            set_fault(random() % 8, random);
+            ghost_fault = set_fault(random() % 9, random);
+            ghost = ghost || ghost_fault;
         } else if (action < 13) {  // unload, the node's rumble left running
             unload();
+            ghost = ghost_fault;
             core = std::make_unique<CountedCore>();
         } else {
             std::string verdict;
             const auto look = [&] {
                 const bool rumbling = node || (node_writer && preferences);
-                verdict = untruth(impl, preferences.get(), panel, rumbling);
+                verdict = untruth(impl, preferences.get(), panel, rumbling, ghost);
                 return core->answered == core->sent && verdict.empty();
             };
             // Queued attaches block the polling thread about a second each, longer under a
@@ -206,6 +212,7 @@ TEST_F(VirtualPadCoreTest, RandomSwitchingFaultsAndUnloadsEndInTheTruth) {
                 look();
             }
             ASSERT_EQ(verdict, "");
+            if (impl.virtual_gamepad_state() == VirtualGamepadState::Connected) ghost = ghost_fault;
         }
     }
     unload();

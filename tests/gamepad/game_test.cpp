@@ -10,6 +10,7 @@
 #include "gamepad/gamepad.h"
 #include "gamepad/gamepad_impl.h"
 #include "gamepad/gamepads.h"
+#include "support/log_capture.h"
 
 namespace gamepad {
 namespace {
@@ -201,6 +202,29 @@ TEST_F(GameTest, VirtualPadFollowsTheSettingAndTheAnswersOfTheThread) {
         EXPECT_EQ(panel->virtual_gamepad_index(), state == Connected ? 2 : -1);
         EXPECT_EQ(panel->virtual_gamepad_error(), state == Error ? "error 3" : "");
     }
+}
+
+// A timer or wake-up event that the system would not make: no thread runs, whatever the users
+// do, the core stays paused with one warning, and it ends without waiting on anything.
+TEST_F(GameTest, ATickSourceThatCannotBeMadeLeavesTheCorePausedWithOneWarning) {
+    const testsupport::LogCapture logged;
+    Game refused(CoreSeams{[this] { return make_backend({pad_with(three_rows)}); },
+                           [this] {
+                               std::unique_ptr<ManualTicks> made = make_ticks();
+                               made->refuse();
+                               return made;
+                           }});
+    Game::Impl& impl = refused.impl();
+    for (int round = 0; round < 2; ++round) {
+        std::unique_ptr<Gamepads> user = impl.use();
+        impl.set_virtual_gamepad_enabled(true);
+        EXPECT_FALSE(impl.read_thread()->isRunning());
+        EXPECT_EQ(impl.read_thread()->control().state.load(), ReadThreadState::Pause);
+        impl.set_virtual_gamepad_enabled(false);
+    }
+    EXPECT_THAT(logged.lines(),
+                ElementsAre("warning Gamepad: could not create the polling timer - gamepads are "
+                            "not read"));
 }
 
 }  // namespace

@@ -22,9 +22,15 @@ constexpr int physical_pad = 0;
 constexpr int virtual_pad = 1;  // the lowest free user index when it comes up
 constexpr std::uint16_t button_a = 0x1000;
 constexpr std::uint16_t button_b = 0x2000;
+constexpr std::uint16_t full = 65535;  // a motor's speed at strength 100
+constexpr std::uint16_t off = 0;
 
 Pad shown() {
     return zestsim::target_report(virtual_serial);
+}
+
+zestsim::Vibration vibration() {
+    return zestsim::vibration(physical_pad);
 }
 
 // The panel's lines, each followed by '|'.
@@ -225,6 +231,66 @@ TEST_F(ActionNodeTest, LaterFiringsReplaceEarlierOnesStopsEndThemAndOddStoresHol
     }
     EXPECT_EQ(node->passed_on(), 8u);
     EXPECT_EQ(hostkit::live_event_count(), 0u);
+}
+
+// An override belongs to the node that set it last: when that node is deleted or chooses
+// another attribute, that override ends, and only it; another node's stays. Overrides follow
+// the attribute, not its place in the list, across a pad swapped for one with another list. A
+// deleted node's rumble never comes back when the core resumes.
+TEST_F(ActionNodeTest, OverridesBelongToTheirNodeAndEndWithIt) {
+    const auto motors = [] { return std::pair{vibration().left, vibration().right}; };
+    const auto rumble = [&](const std::string& motor) {
+        auto node = make_node("rumblegamepad");
+        node->store.set("!seconds", 3600.0);
+        select_attribute(*node, physical_pad, motor);
+        return node;
+    };
+    const auto settle = [] {
+        await_reads(physical_pad);
+        await_reads(physical_pad);
+    };
+    auto keep = make_node("onbuttonpress");  // keeps the core running
+    ASSERT_TRUE(await_pad_list(*keep, 4));
+    auto large = rumble("Large motor");
+    auto small = rumble("Small motor");
+    fire(*large);
+    fire(*small);
+    ASSERT_TRUE(eventually([&] { return motors() == std::pair{full, full}; }));
+
+    // A wheel has no right stick: both motors move up one place in its list. The pad comes back
+    // asked for the speeds it had, so it is told nothing until one of them changes.
+    zestsim::unplug_pad(physical_pad);
+    await_reads(physical_pad);
+    zestsim::plug_pad(physical_pad, zestsim::Subtype::Wheel);
+    ASSERT_TRUE(eventually([&] {
+        large->build();
+        return large->display_name() == "Rumble Large motor (Wheel 1)";
+    }));
+    small->build();
+    settle();
+    large.reset();
+    EXPECT_TRUE(eventually([&] { return motors() == std::pair{off, full}; }));
+
+    // A node that leaves an attribute another node fired on since leaves that override alone.
+    large = rumble("Small motor");
+    fire(*large);
+    select_attribute(*small, physical_pad, "Large motor");
+    settle();
+    EXPECT_EQ(motors(), (std::pair{off, full}));
+    small.reset();
+    large.reset();
+    EXPECT_TRUE(eventually([&] { return motors() == std::pair{off, off}; }));
+
+    // Tested, then deleted as the last node: the core pauses, and resumes without it.
+    auto tested = rumble("Small motor");
+    click(*tested, "Test");
+    ASSERT_TRUE(eventually([&] { return motors() == std::pair{off, full}; }));
+    keep.reset();
+    tested.reset();
+    EXPECT_TRUE(eventually([&] { return motors() == std::pair{off, off}; }));
+    keep = make_node("onbuttonpress");
+    settle();
+    EXPECT_EQ(motors(), (std::pair{off, off}));
 }
 
 }  // namespace

@@ -58,7 +58,7 @@ bool PluginTest::rebuild_preferences_until(const std::function<bool()>& done) {
 bool PluginTest::switch_virtual_pad(bool on) {
     preferences_panel.script_value("virtualenabled", on);
     build_preferences();
-    // Connected comes before the pad's first metadata, and with it the pad's name.
+    // Until the pad is connected, with its name.
     return rebuild_preferences_until([&] {
         return on == (preferences_panel.find_key("feedgamepad") != nullptr &&
                       preferences_panel.find_text("Connected as ") == nullptr);

@@ -41,7 +41,7 @@ protected:
     // Chooses a pad, then the attribute of that label, as a user would in two passes.
     static void select_attribute(HostNode& node, int pad, const std::string& label);
     // Builds the node until its pad list offers `pads` entries: the pads' metadata reaches the
-    // main thread after the first ticks, each pad in its own delivery.
+    // main thread after the first ticks.
     static bool await_pad_list(HostNode& node, std::size_t pads);
     // Lets the polling thread read the pad twice, so that a change isn't merged with the next.
     static void await_reads(std::size_t pad, bool held = false);

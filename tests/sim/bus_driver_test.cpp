@@ -51,9 +51,16 @@ protected:
     // Sends and waits; the Win32 error, 0 on success.
     DWORD send(HANDLE device, DWORD code, std::vector<BYTE> in) {
         Pending p{std::move(in)};
-        DeviceIoControl(device, code, p.buffer.data(), static_cast<DWORD>(p.buffer.size()), nullptr,
-                        0, nullptr, &event_of(p));
-        return result(device, p, true);
+        if (DeviceIoControl(device, code, p.buffer.data(), static_cast<DWORD>(p.buffer.size()),
+                            nullptr, 0, nullptr, &event_of(p))) {
+            return 0;
+        }
+        const DWORD error = GetLastError();
+        return error == ERROR_IO_PENDING ? result(device, p, true) : error;
+    }
+    void close(HANDLE handle) {
+        EXPECT_TRUE(CloseHandle(handle));
+        opened.erase(std::find(opened.begin(), opened.end(), handle));
     }
     // A request that stays pending; the buffer and OVERLAPPED live with the caller.
     struct Pending {
@@ -124,11 +131,64 @@ TEST_F(BusDriverTest, WaitingRequestsEndByCancelOrClose) {
     EXPECT_TRUE(CancelIoEx(device, &out.overlapped));
     EXPECT_EQ(result(device, out, true), static_cast<DWORD>(ERROR_OPERATION_ABORTED));
     start(device, output, out);
-    EXPECT_TRUE(CloseHandle(device));
-    opened.erase(std::find(opened.begin(), opened.end(), device));
+    close(device);
     EXPECT_EQ(WaitForSingleObject(out.overlapped.hEvent, 5000), WAIT_OBJECT_0);
     EXPECT_EQ(result(device, out, false), static_cast<DWORD>(ERROR_OPERATION_ABORTED));
     EXPECT_EQ(zestsim::pending_requests(), 0u);
+}
+
+// A request that the driver fails at once is never completed, as on Windows: FALSE with its
+// error, its event clear and its OVERLAPPED still marked pending. One done at once sets the event.
+TEST_F(BusDriverTest, RequestsFailedAtOnceCompleteNothing) {
+    HANDLE device = open_bus();
+    ASSERT_EQ(send(device, plug, request({16, 1}, 16)), 0u);
+    const struct {
+        DWORD code;
+        std::vector<BYTE> in;
+        DWORD error;
+    } rows[] = {{version, request({8, 1}, 8), 0},
+                {version, request({8, 2}, 8), 50},
+                {plug, request({16, 1}, 16), 183},  // taken
+                {unplug, request({8, 7}, 8), ERROR_INVALID_PARAMETER},
+                {report, request({20, 7}, 20), ERROR_ACCESS_DENIED},
+                {notification, request({12, 7}, 12), ERROR_ACCESS_DENIED},
+                {ready, request({4}, 4), ERROR_INVALID_PARAMETER}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::to_string(row.code) + ", error " + std::to_string(row.error));
+        Pending p{row.in};
+        const auto size = static_cast<DWORD>(p.buffer.size());
+        OVERLAPPED& overlapped = event_of(p);
+        SetEvent(overlapped.hEvent);
+        SetLastError(0);
+        EXPECT_EQ(DeviceIoControl(device, row.code, p.buffer.data(), size, p.buffer.data(), size,
+                                  nullptr, &overlapped),
+                  row.error == 0);
+        EXPECT_EQ(GetLastError(), row.error);
+        EXPECT_EQ(overlapped.Internal, row.error == 0 ? 0u : 0x103u);
+        EXPECT_EQ(WaitForSingleObject(overlapped.hEvent, 0),
+                  row.error == 0 ? WAIT_OBJECT_0 : WAIT_TIMEOUT);
+    }
+}
+
+// A target belongs to the handle that plugged it and goes when that handle is closed, as a bus
+// driver cleans up after a program that ends.
+TEST_F(BusDriverTest, TargetsGoWithTheHandleThatPluggedThem) {
+    HANDLE first = open_bus();
+    HANDLE second = open_bus();
+    for (const std::uint32_t serial : {1u, 2u}) {
+        ASSERT_EQ(send(serial == 1 ? first : second, plug, request({16, serial}, 16)), 0u);
+        ASSERT_EQ(send(first, ready, request({8, serial}, 8)), 0u);
+    }
+    Pending rumble{request({12, 2}, 12)};
+    start(first, notification, rumble);
+    close(second);
+    EXPECT_EQ(zestsim::plugged_targets(), 1u);
+    XINPUT_STATE state{};
+    EXPECT_EQ(XInputGetState(1, &state), static_cast<DWORD>(ERROR_DEVICE_NOT_CONNECTED));
+    EXPECT_EQ(result(first, rumble, true), static_cast<DWORD>(ERROR_ACCESS_DENIED));
+    close(first);
+    EXPECT_EQ(zestsim::plugged_targets(), 0u);
+    EXPECT_EQ(XInputGetState(0, &state), static_cast<DWORD>(ERROR_DEVICE_NOT_CONNECTED));
 }
 
 // The faults whose outcome the bus client's tests don't show on their own; refused serials,

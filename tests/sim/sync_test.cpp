@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "platform/win32.h"
+#include "zestsim/zestsim.h"
 
 namespace {
 
@@ -36,6 +37,12 @@ TEST(SimulatedSync, BadHandlesGiveTheWin32ErrorAndNeverCrash) {
     EXPECT_EQ(WaitForSingleObject(event, 0), WAIT_FAILED);
     EXPECT_EQ(WaitForSingleObject(nullptr, INFINITE), WAIT_FAILED);
     std::thread([] { EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_SUCCESS)); }).join();
+    zestsim::refuse_events(true);  // out of handles
+    EXPECT_EQ(CreateEventA(nullptr, TRUE, FALSE, nullptr), nullptr);
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NOT_ENOUGH_MEMORY));
+    EXPECT_EQ(CreateEventW(nullptr, FALSE, FALSE, nullptr), nullptr);
+    zestsim::refuse_events(false);
+    EXPECT_TRUE(CloseHandle(CreateEventA(nullptr, TRUE, FALSE, nullptr)));
 }
 
 TEST(SimulatedSync, AThreadHandleIsSignalledWhenItsThreadEnds) {

@@ -22,6 +22,10 @@ public:
     bool wait_until(Waiting what);
     // The periods the thread armed, in order, with a 0 for each cancel.
     std::vector<std::int32_t> armed() const;
+    // Test side, before the thread is made: as a timer or event the system refused to make.
+    void refuse() { refused_ = true; }
+
+    bool ready() const override { return !refused_; }
 
     void arm(std::int32_t period_ms) override;
     void cancel() override;
@@ -39,6 +43,7 @@ private:
     Waiting waiting_ = Waiting::Nothing;
     std::uint64_t wakeups_ = 0;
     std::vector<std::int32_t> armed_;
+    bool refused_ = false;
 };
 
 }  // namespace testsupport

@@ -103,6 +103,9 @@ void refuse_requests(std::uint32_t code, std::uint32_t error);
 void ignore_cancel(bool ignore);
 // CreateThread fails with ERROR_NOT_ENOUGH_MEMORY while set.
 void refuse_threads(bool refuse);
+// CreateEventA and CreateEventW fail with ERROR_NOT_ENOUGH_MEMORY while set, as out of handles,
+// once `after` more events have been made.
+void refuse_events(bool refuse, std::uint32_t after = 0);
 // When a ready target shows up in XInput: at once, never, or late, at the first XInputGetState
 // after `reads` of them have failed and `delay` has passed since its ready wait.
 enum class Appearance { AtOnce, Never, Late };

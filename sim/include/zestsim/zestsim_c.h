@@ -32,10 +32,12 @@ void zestsim_vibration(uint32_t user, uint16_t* left, uint16_t* right);
  * last report submitted for it. */
 void zestsim_set_bus_driver(int installed);
 /* Faults: DeviceIoControl with `code` fails at once with `error` (0 lifts it); CancelIoEx
- * cancels nothing while `ignore` is nonzero; CreateThread fails while `refuse` is nonzero. */
+ * cancels nothing while `ignore` is nonzero; CreateThread, and CreateEventA/W, fail while
+ * `refuse` is nonzero. */
 void zestsim_refuse_requests(uint32_t code, uint32_t error);
 void zestsim_ignore_cancel(int ignore);
 void zestsim_refuse_threads(int refuse);
+void zestsim_refuse_events(int refuse);
 int zestsim_target_user(uint32_t serial);
 void zestsim_target_report(uint32_t serial, zestsim_pad_state* report);
 

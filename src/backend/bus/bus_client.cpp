@@ -64,8 +64,11 @@ BusStatus try_interface(BusClient* client, HDEVINFO list, SP_DEVICE_INTERFACE_DA
 
 BusClient* bus_client_alloc() {
     auto* client = new (std::nothrow) BusClient;
-    if (client != nullptr) client->termination_event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-    return client;
+    if (client == nullptr) return nullptr;
+    client->termination_event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    if (client->termination_event != nullptr) return client;
+    delete client;
+    return nullptr;
 }
 
 void bus_client_free(BusClient* client) {
@@ -90,8 +93,10 @@ BusStatus bus_client_connect(BusClient* client) {
         if (status == BUS_OK) break;
     }
     SetupDiDestroyDeviceInfoList(list);
-    if (status == BUS_OK) {
-        client->output_thread = CreateThread(nullptr, 0, bus_output_thread, client, 0, nullptr);
+    if (status == BUS_OK) status = bus_start_output_thread(*client);
+    if (status != BUS_OK && connected(client)) {
+        CloseHandle(client->device);
+        client->device = INVALID_HANDLE_VALUE;
     }
     return status;
 }
@@ -122,6 +127,7 @@ BusStatus bus_target_add(BusClient* client, BusTarget* target) {
     if (const BusStatus status = check_target_call(client, target); status != BUS_OK) return status;
     if (target->state == BusTargetState::Uninitialized) return BUS_ERROR_UNINITIALIZED;
     if (target->state == BusTargetState::Plugged) return BUS_ERROR_ALREADY_PLUGGED;
+    const BusTargetState before = target->state;
     // The bus is the only judge of which serial numbers are free.
     for (target->serial = 1;; ++target->serial) {
         BusRequest<16> plug;
@@ -129,21 +135,18 @@ BusStatus bus_target_add(BusClient* client, BusTarget* target) {
         plug.put(12, target->vendor_id).put(14, target->product_id);
         const BusStatus status = bus_send(client->device, BUS_IOCTL_PLUG_TARGET, plug);
         if (status == BUS_OK) break;
-        if (target->serial == bus_serial_count) return status;
+        if (status == BUS_ERROR_OUT_OF_HANDLES || target->serial == bus_serial_count) {
+            return status;
+        }
     }
     BusRequest<8> ready;
     ready.put(4, target->serial);
-    if (const BusStatus status = bus_send(client->device, BUS_IOCTL_WAIT_READY, ready);
-        status != BUS_OK) {
-        // The bus took the device; don't leave it there without an owner.
-        BusRequest<8> unplug;
-        unplug.put(4, target->serial);
-        bus_send(client->device, BUS_IOCTL_UNPLUG_TARGET, unplug);
-        return status;
-    }
+    const BusStatus status = bus_send(client->device, BUS_IOCTL_WAIT_READY, ready);
+    // The bus took the device: it stays ours, Plugged, until the bus takes it back.
     target->state = BusTargetState::Plugged;
     slot_of(client, target->serial).store(target, std::memory_order_release);
-    return BUS_OK;
+    if (status != BUS_OK && bus_target_remove(client, target) == BUS_OK) target->state = before;
+    return status;
 }
 
 BusStatus bus_target_remove(BusClient* client, BusTarget* target) {
@@ -171,9 +174,10 @@ BusStatus bus_target_register_notification(BusClient* client, BusTarget* target,
     target->notification_callback.store(callback);
     if (target->notification_thread == nullptr) {
         target->notification_user_data = user_data;
-        if (!bus_start_notification_thread(*client, *target)) {
+        if (const BusStatus status = bus_start_notification_thread(*client, *target);
+            status != BUS_OK) {
             target->notification_callback.store(nullptr);
-            return BUS_ERROR_THREAD_NOT_STARTED;
+            return status;
         }
     }
     return BUS_OK;

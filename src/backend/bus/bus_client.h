@@ -25,8 +25,10 @@ inline constexpr BusStatus BUS_ERROR_ACCESS_FAILED = 0xE0000009;
 inline constexpr BusStatus BUS_ERROR_CALLBACK_REGISTERED = 0xE0000010;
 inline constexpr BusStatus BUS_ERROR_ALREADY_CONNECTED = 0xE0000012;
 inline constexpr BusStatus BUS_ERROR_INVALID_CLIENT = 0xE0000013;
-// bus_target_register_notification: the notification thread could not be started.
+// bus_client_connect, bus_target_register_notification: a thread could not be started.
 inline constexpr BusStatus BUS_ERROR_THREAD_NOT_STARTED = 0xE0000014;
+// Any call that needs an event, when none can be made; nothing was sent.
+inline constexpr BusStatus BUS_ERROR_OUT_OF_HANDLES = 0xE0000015;
 
 enum class BusTargetState : std::uint32_t { Uninitialized = 0, New = 1, Plugged = 2, Removed = 3 };
 
@@ -55,6 +57,7 @@ struct BusClient {
     HANDLE device = INVALID_HANDLE_VALUE;
     HANDLE output_thread = nullptr;
     HANDLE termination_event = nullptr;  // manual reset; set by bus_client_free
+    HANDLE output_event = nullptr;       // the output thread's; it closes it as it ends
     // One slot per serial number 1 .. 65535 (index serial - 1). The calling thread stores, the
     // output thread loads; it never follows the pointer, so a target may go once its slot is
     // cleared.
@@ -80,6 +83,7 @@ struct BusTarget {
     std::atomic<bool> released{false};   // as BusClient::released, with the notification thread
 };
 
+// Null also when its termination event cannot be made.
 BusClient* bus_client_alloc();
 // Ends the output thread and waits a while for it, then closes the device and frees the record;
 // a thread that does not end in time frees it itself.
@@ -89,6 +93,7 @@ BusTarget* bus_target_alloc_x360();
 // Ends the target's notification thread and waits a while for it, as bus_client_free does;
 // talks to no bus. Remove it first.
 void bus_target_free(BusTarget* target);
+// A ready wait that fails leaves the target Plugged when the bus refuses to take it back.
 BusStatus bus_target_add(BusClient* client, BusTarget* target);
 BusStatus bus_target_remove(BusClient* client, BusTarget* target);
 BusStatus bus_target_register_notification(BusClient* client, BusTarget* target,

@@ -40,12 +40,9 @@ BusStatus bus_status(DWORD code, DWORD error) {
     }
 }
 
-bool bus_request_ends(DWORD code, DWORD error) {
-    if (error == ERROR_OPERATION_ABORTED) return true;
-    // The driver refuses a notification request for a target it no longer has, and an output
-    // request that it does not know.
-    return code == BUS_IOCTL_AWAIT_X360_NOTIFICATION ? error == ERROR_ACCESS_DENIED
-                                                     : error == ERROR_INVALID_PARAMETER;
+bool bus_output_ends(DWORD error) {
+    // Cancelled, or a request that the driver does not know.
+    return error == ERROR_OPERATION_ABORTED || error == ERROR_INVALID_PARAMETER;
 }
 
 void bus_warn_unanswered() {

@@ -61,8 +61,9 @@ DWORD bus_start(HANDLE device, DWORD code, BYTE* in, DWORD in_size, BYTE* out, D
 DWORD bus_finish(HANDLE device, OVERLAPPED& overlapped, DWORD bound_ms = INFINITE);
 // What the driver's answer to a request of the calling thread means to the caller.
 BusStatus bus_status(DWORD code, DWORD error);
-// Whether an error ends a request that a thread keeps in flight, rather than being retried.
-bool bus_request_ends(DWORD code, DWORD error);
+// Whether an error ends the output thread's request, rather than being retried. A notification
+// thread asks again whatever the driver answers, for as long as its target may be plugged.
+bool bus_output_ends(DWORD error);
 // The one warning of a caller that stops waiting for the driver.
 void bus_warn_unanswered();
 
@@ -72,6 +73,7 @@ template <std::size_t Size>
 BusStatus bus_send(HANDLE device, DWORD code, BusRequest<Size>& request) {
     OVERLAPPED overlapped{};
     overlapped.hEvent = CreateEventA(nullptr, FALSE, FALSE, nullptr);
+    if (overlapped.hEvent == nullptr) return BUS_ERROR_OUT_OF_HANDLES;
     DWORD error = bus_start(device, code, request.bytes, Size, nullptr, 0, overlapped);
     if (error == ERROR_IO_PENDING) {
         error = bus_finish(device, overlapped,

@@ -30,13 +30,13 @@ bool send_unless_stopped(HANDLE device, DWORD code, BusRequest<Size>& request, H
     return true;
 }
 
-// Keeps requests of one kind in flight until `stop` is set or the driver ends them; `delivered`
-// takes each one that went through and says whether to go on. Any other error is retried after
-// a pause on `stop` that doubles up to longest_pause_ms and starts over after a success.
-template <std::size_t Size, typename Delivered>
-void keep_in_flight(HANDLE device, DWORD code, BusRequest<Size>& request, HANDLE stop,
-                    Delivered delivered) {
-    const HANDLE event = CreateEventA(nullptr, FALSE, FALSE, nullptr);
+// Keeps requests of one kind in flight on `event` until `stop` is set, or until `ends` says that
+// an error ends them; `delivered` takes each one that went through and says whether to go on.
+// Any other error is retried after a pause on `stop` that doubles up to longest_pause_ms and
+// starts over after a success. Closes `event`.
+template <std::size_t Size, typename Delivered, typename Ends>
+void keep_in_flight(HANDLE device, DWORD code, BusRequest<Size>& request, HANDLE stop, HANDLE event,
+                    Delivered delivered, Ends ends) {
     DWORD pause = 0;
     DWORD error = ERROR_SUCCESS;
     while (WaitForSingleObject(stop, pause) == WAIT_TIMEOUT &&
@@ -44,7 +44,7 @@ void keep_in_flight(HANDLE device, DWORD code, BusRequest<Size>& request, HANDLE
         if (error == ERROR_SUCCESS) {
             if (!delivered()) break;
             pause = 0;
-        } else if (bus_request_ends(code, error)) {
+        } else if (ends(error)) {
             break;
         } else {
             pause = std::clamp<DWORD>(pause * 2, first_pause_ms, longest_pause_ms);
@@ -58,7 +58,14 @@ struct NotificationArguments {
     HANDLE device;
     BusTarget* target;
     void* user_data;
+    HANDLE event;
 };
+
+// Makes an unnamed event; false when out of handles.
+bool make_event(HANDLE& event, BOOL manual_reset) {
+    event = CreateEventA(nullptr, manual_reset, FALSE, nullptr);
+    return event != nullptr;
+}
 
 DWORD WINAPI notification_thread(LPVOID argument) {
     const NotificationArguments args = *static_cast<NotificationArguments*>(argument);
@@ -66,47 +73,68 @@ DWORD WINAPI notification_thread(LPVOID argument) {
     BusTarget& target = *args.target;
     BusRequest<12> request;
     request.put(4, target.serial);
-    keep_in_flight(args.device, BUS_IOCTL_AWAIT_X360_NOTIFICATION, request,
-                   target.notification_stop, [&] {
-                       const BusNotificationCallback callback = target.notification_callback.load();
-                       if (callback == nullptr) return false;
-                       callback(args.client, args.target, request.bytes[8], request.bytes[9],
-                                request.bytes[10], args.user_data);
-                       return true;
-                   });
+    keep_in_flight(
+        args.device, BUS_IOCTL_AWAIT_X360_NOTIFICATION, request, target.notification_stop,
+        args.event,
+        [&] {
+            const BusNotificationCallback callback = target.notification_callback.load();
+            if (callback == nullptr) return false;
+            callback(args.client, args.target, request.bytes[8], request.bytes[9],
+                     request.bytes[10], args.user_data);
+            return true;
+        },
+        [](DWORD) { return false; });
     if (target.released.exchange(true)) bus_release_target(args.target);
+    return 0;
+}
+
+DWORD WINAPI output_thread(LPVOID argument) {
+    BusClient& client = *static_cast<BusClient*>(argument);
+    BusRequest<72> request;
+    keep_in_flight(
+        client.device, BUS_IOCTL_AWAIT_OUTPUT, request, client.termination_event,
+        client.output_event,
+        [&] {
+            const auto serial = request.get<std::uint32_t>(4);
+            // Every target of this client is a wired Xbox 360 pad, whose output reports are
+            // dropped; so the slot is only looked at, never followed.
+            if (serial != 0 && serial <= bus_serial_count) {
+                (void)client.targets[serial - 1].load(std::memory_order_acquire);
+            }
+            request = BusRequest<72>();
+            return true;
+        },
+        bus_output_ends);
+    if (client.released.exchange(true)) bus_release_client(&client);
     return 0;
 }
 
 }  // namespace
 
-DWORD WINAPI bus_output_thread(LPVOID argument) {
-    BusClient& client = *static_cast<BusClient*>(argument);
-    BusRequest<72> request;
-    keep_in_flight(client.device, BUS_IOCTL_AWAIT_OUTPUT, request, client.termination_event, [&] {
-        const auto serial = request.get<std::uint32_t>(4);
-        // Every target of this client is a wired Xbox 360 pad, whose output reports are
-        // dropped; so the slot is only looked at, never followed.
-        if (serial != 0 && serial <= bus_serial_count) {
-            (void)client.targets[serial - 1].load(std::memory_order_acquire);
-        }
-        request = BusRequest<72>();
-        return true;
-    });
-    if (client.released.exchange(true)) bus_release_client(&client);
-    return 0;
+BusStatus bus_start_output_thread(BusClient& client) {
+    if (!make_event(client.output_event, FALSE)) return BUS_ERROR_OUT_OF_HANDLES;
+    client.output_thread = CreateThread(nullptr, 0, output_thread, &client, 0, nullptr);
+    if (client.output_thread != nullptr) return BUS_OK;
+    CloseHandle(client.output_event);
+    return BUS_ERROR_THREAD_NOT_STARTED;
 }
 
-bool bus_start_notification_thread(BusClient& client, BusTarget& target) {
-    target.notification_stop = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-    auto* args =
-        new NotificationArguments{&client, client.device, &target, target.notification_user_data};
+BusStatus bus_start_notification_thread(BusClient& client, BusTarget& target) {
+    HANDLE event = nullptr;
+    if (!make_event(target.notification_stop, TRUE) || !make_event(event, FALSE)) {
+        if (target.notification_stop != nullptr) CloseHandle(target.notification_stop);
+        target.notification_stop = nullptr;
+        return BUS_ERROR_OUT_OF_HANDLES;
+    }
+    auto* args = new NotificationArguments{&client, client.device, &target,
+                                           target.notification_user_data, event};
     target.notification_thread = CreateThread(nullptr, 0, notification_thread, args, 0, nullptr);
-    if (target.notification_thread != nullptr) return true;
+    if (target.notification_thread != nullptr) return BUS_OK;
     delete args;
+    CloseHandle(event);
     CloseHandle(target.notification_stop);
     target.notification_stop = nullptr;
-    return false;
+    return BUS_ERROR_THREAD_NOT_STARTED;
 }
 
 bool bus_end_thread(HANDLE thread, HANDLE stop, std::atomic<bool>& released) {

@@ -4,14 +4,15 @@
 
 // The client's own threads. The output thread keeps one output request in flight for the whole
 // bus until the client's termination event is set; a notification thread keeps one rumble
-// request in flight for its target until the target's stop event is set or the driver ends it.
-// Refused requests are retried after a pause that grows, so that a failing driver costs no CPU.
+// request in flight for its target until the target's stop event is set, whatever the driver
+// answers meanwhile. Failed requests are asked again after a pause that grows, so that a failing
+// driver costs no CPU.
 
-DWORD WINAPI bus_output_thread(LPVOID client);
-
-// Calling thread. Starts the target's notification thread; false, with nothing left behind,
-// when it cannot be started.
-bool bus_start_notification_thread(BusClient& client, BusTarget& target);
+// Calling thread. Start the client's output thread, or the target's notification thread, with
+// the events they need; on failure BUS_ERROR_OUT_OF_HANDLES or BUS_ERROR_THREAD_NOT_STARTED,
+// with nothing left behind.
+BusStatus bus_start_output_thread(BusClient& client);
+BusStatus bus_start_notification_thread(BusClient& client, BusTarget& target);
 
 // Calling thread. Sets `stop` and waits a while for `thread`, then closes its handle. True when
 // the thread has let go of its record (`released`), which the caller then frees; false, with a

@@ -10,6 +10,7 @@
  * - `motor_large`, `motor_small` and `motor_sequence` of every pad are written by the SDL side
  *   when a program rumbles that pad through XInput.
  * - `faults` are written by the test and read by the driver at each request.
+ * - `targets_plugged` and `requests_pended` are written by the driver (the latter within ~2 ms).
  * Plain C, little-endian, no padding: the kernel driver (mingw-w64), the SDL wrapper (Linux) and
  * the Windows and Linux test programs include it alike. */
 #ifndef ZEST_PAD_BOARD_H
@@ -61,7 +62,8 @@ typedef struct zest_board {
     uint32_t version;
     zest_board_faults faults;
     uint32_t targets_plugged; /* the driver's count of targets it holds now */
-    uint32_t reserved[5];
+    uint32_t requests_pended; /* the driver's count of requests it holds pended now */
+    uint32_t reserved[4];
     zest_board_pad pads[ZEST_BOARD_PADS];
 } zest_board;
 
