@@ -3,64 +3,17 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <cstddef>
-#include <cstdlib>
-#include <string>
-#include <utility>
+#include <cstring>
 
 #include "backend/bus/bus_client.h"
 #include "backend/bus/bus_requests.h"
-#include "support/eventually.h"
 #include "support/log_capture.h"
-#include "windows/bench/pad_board.h"
+#include "windows/bench/mapped_board.h"
 
 // Our bus client against the bench's bus driver under Wine (bench.sh runs it): what the client
 // sends shows on the pad board, and what the board says comes back through the driver.
 
 namespace {
-
-constexpr char unanswered[] =
-    "warning Gamepad: the bus driver did not answer in time; leaving without waiting";
-
-// The pad board of this run, through Wine's drive Z:.
-class Board {
-public:
-    Board() : path_(std::string("Z:") + std::getenv("ZEST_PAD_BOARD")) {}
-
-    zest_board read() const {
-        zest_board board{};
-        access(false, 0, &board, sizeof board);
-        return board;
-    }
-    // What the SDL side does when a program rumbles the pad at `slot`.
-    void rumble(std::size_t slot, std::uint16_t large, std::uint16_t small) const {
-        zest_board_pad pad = read().pads[slot];
-        pad.motor_large = large;
-        pad.motor_small = small;
-        ++pad.motor_sequence;
-        access(true, offsetof(zest_board, pads) + slot * sizeof pad + 20, &pad.motor_large, 8);
-    }
-    void set_faults(const zest_board_faults& faults) const {
-        zest_board_faults copy = faults;
-        access(true, offsetof(zest_board, faults), &copy, sizeof copy);
-    }
-
-private:
-    void access(bool write, std::size_t offset, void* bytes, DWORD size) const {
-        const HANDLE file = CreateFileA(path_.c_str(), GENERIC_READ | GENERIC_WRITE,
-                                        FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                                        FILE_ATTRIBUTE_NORMAL, nullptr);
-        ASSERT_NE(file, INVALID_HANDLE_VALUE) << path_;
-        OVERLAPPED at{};
-        at.Offset = static_cast<DWORD>(offset);
-        DWORD done = 0;
-        const BOOL ok = write ? WriteFile(file, bytes, size, &done, &at)
-                              : ReadFile(file, bytes, size, &done, &at);
-        CloseHandle(file);
-        ASSERT_TRUE(ok && done == size);
-    }
-    std::string path_;
-};
 
 struct Rumble {
     std::atomic<int> calls{0}, large{-1}, small{-1};
@@ -74,56 +27,67 @@ void on_rumble(BusClient*, BusTarget*, std::uint8_t large, std::uint8_t small, s
     ++rumble->calls;
 }
 
-// The target pad of the board that holds `serial`, or -1.
-int slot_of(const zest_board& board, std::uint32_t serial) {
-    for (std::size_t slot = ZEST_BOARD_FIRST_TARGET; slot < ZEST_BOARD_PADS; ++slot) {
-        const zest_board_pad& pad = board.pads[slot];
-        if (pad.kind == ZEST_BOARD_TARGET && pad.serial == serial) return static_cast<int>(slot);
+class BusDriver : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_NE(board, nullptr) << "no pad board: run under the bench"; }
+
+    // The target pad of the board that holds `serial`, or -1.
+    int slot_of(std::uint32_t serial) const {
+        for (unsigned slot = ZEST_BOARD_FIRST_TARGET; slot < ZEST_BOARD_PADS; ++slot) {
+            if (pad(slot).kind == ZEST_BOARD_TARGET && pad(slot).serial == serial) return slot;
+        }
+        return -1;
     }
-    return -1;
-}
+    zest_board_pad pad(unsigned slot) const {
+        zest_board_pad copy{};
+        zest_board_read_pad(board, slot, &copy);
+        return copy;
+    }
+    std::uint32_t plugged() const { return ZEST_BOARD_LOAD(board->targets_plugged); }
+    std::uint32_t pended() const { return ZEST_BOARD_LOAD(board->requests_pended); }
+    long warnings() const {
+        return std::ranges::count(
+            logged.lines(),
+            "warning Gamepad: the bus driver did not answer in time; leaving without waiting");
+    }
+    void set_faults(zest_board_faults faults) const { zest_board_set_faults(board, &faults); }
+    static BusClient* connected_client() {
+        BusClient* client = bus_client_alloc();
+        EXPECT_EQ(bus_client_connect(client), BUS_OK);
+        return client;
+    }
 
-BusClient* connected_client() {
-    BusClient* client = bus_client_alloc();
-    EXPECT_EQ(bus_client_connect(client), BUS_OK);
-    return client;
-}
-
-TEST(BusDriver, TheClientPlugsFeedsHearsRumbleAndUnplugsThroughTheBoard) {
     const testsupport::LogCapture logged;
-    const Board board;
+    const MappedBoard mapped;
+    zest_board* const board = mapped.get();
+};
+
+TEST_F(BusDriver, TheClientPlugsFeedsHearsRumbleAndUnplugsThroughTheBoard) {
     BusClient* client = connected_client();
     BusTarget* target = bus_target_alloc_x360();
     ASSERT_EQ(bus_target_add(client, target), BUS_OK);
-    const int slot = slot_of(board.read(), target->serial);
+    const int slot = slot_of(target->serial);
     ASSERT_EQ(slot, static_cast<int>(ZEST_BOARD_FIRST_TARGET));
-    EXPECT_EQ(board.read().targets_plugged, 1u);
+    EXPECT_EQ(plugged(), 1u);
 
-    // Each report lands on the board, under a new sequence number.
+    // Each report lands on the board as sent, under a new sequence number.
     const BusX360Report report{0x1000, 200, 7, -1234, 32767, -32768, 5};
-    const std::uint32_t sequence = board.read().pads[slot].sequence;
+    const std::uint32_t sequence = pad(slot).sequence;
     ASSERT_EQ(bus_target_update_x360(client, target, report), BUS_OK);
-    const zest_board_pad pad = board.read().pads[slot];
-    EXPECT_GT(pad.sequence, sequence);
-    EXPECT_EQ(pad.buttons, 0x1000);
-    EXPECT_EQ(pad.left_trigger, 200);
-    EXPECT_EQ(pad.right_trigger, 7);
-    EXPECT_EQ(pad.thumb_lx, -1234);
-    EXPECT_EQ(pad.thumb_ly, 32767);
-    EXPECT_EQ(pad.thumb_rx, -32768);
-    EXPECT_EQ(pad.thumb_ry, 5);
+    const zest_board_pad fed = pad(slot);
+    EXPECT_GT(fed.sequence, sequence);
+    EXPECT_EQ(std::memcmp(&fed.buttons, &report, sizeof report), 0);
 
     // Motors set on the pad complete the pended notification, one per rumble.
     Rumble rumble;
     ASSERT_EQ(bus_target_register_notification(client, target, on_rumble, &rumble), BUS_OK);
-    board.rumble(slot, 30000, 20000);
-    ASSERT_TRUE(eventually([&] { return rumble.calls == 1; }));
-    EXPECT_EQ(rumble.large.load(), 30000 >> 8);
-    EXPECT_EQ(rumble.small.load(), 20000 >> 8);
-    board.rumble(slot, 0, 65535);
-    ASSERT_TRUE(eventually([&] { return rumble.calls == 2; }));
-    EXPECT_EQ(rumble.large.load(), 0);
-    EXPECT_EQ(rumble.small.load(), 255);
+    for (const auto& [large, small] : {std::pair(30000, 20000), std::pair(0, 65535)}) {
+        const int calls = rumble.calls + 1;
+        zest_board_set_motors(&board->pads[slot], large, small);
+        ASSERT_TRUE(eventually_on_board([&] { return rumble.calls == calls; }));
+        EXPECT_EQ(rumble.large, large >> 8);
+        EXPECT_EQ(rumble.small, small >> 8);
+    }
 
     // A taken serial is refused; the bus gives another client the next one, and takes that
     // one back when its handle closes.
@@ -134,47 +98,43 @@ TEST(BusDriver, TheClientPlugsFeedsHearsRumbleAndUnplugsThroughTheBoard) {
     BusTarget* other_target = bus_target_alloc_x360();
     ASSERT_EQ(bus_target_add(other, other_target), BUS_OK);
     EXPECT_EQ(other_target->serial, target->serial + 1);
-    EXPECT_EQ(slot_of(board.read(), other_target->serial), slot + 1);
-    EXPECT_EQ(board.read().targets_plugged, 2u);
+    EXPECT_EQ(slot_of(other_target->serial), slot + 1);
+    EXPECT_EQ(plugged(), 2u);
     bus_client_free(other);
     bus_target_free(other_target);
-    EXPECT_TRUE(eventually([&] { return board.read().targets_plugged == 1; }));
-    EXPECT_EQ(board.read().pads[slot + 1].kind, ZEST_BOARD_EMPTY);
+    EXPECT_TRUE(eventually_on_board([&] { return plugged() == 1; }));
+    EXPECT_EQ(pad(slot + 1).kind, ZEST_BOARD_EMPTY);
 
     // Refused at once with the status the test chose, as often as it chose.
-    board.set_faults({BUS_IOCTL_SUBMIT_X360_REPORT, 0xC0000022 /* access denied */, 2, 0, 0, {}});
+    set_faults({BUS_IOCTL_SUBMIT_X360_REPORT, 0xC0000022 /* access denied */, 2, 0, 0, {}});
     EXPECT_EQ(bus_target_update_x360(client, target, report), BUS_ERROR_INVALID_TARGET);
     EXPECT_EQ(bus_target_update_x360(client, target, report), BUS_ERROR_INVALID_TARGET);
     EXPECT_EQ(bus_target_update_x360(client, target, report), BUS_OK);
-    board.set_faults(
-        {BUS_IOCTL_UNPLUG_TARGET, 0xC0000001 /* unsuccessful */, 0xFFFFFFFF, 0, 0, {}});
+    set_faults({BUS_IOCTL_UNPLUG_TARGET, 0xC0000001 /* unsuccessful */, 0xFFFFFFFF, 0, 0, {}});
     EXPECT_EQ(bus_target_remove(client, target), BUS_ERROR_REMOVAL_FAILED);
-    EXPECT_EQ(bus_target_remove(client, target), BUS_ERROR_REMOVAL_FAILED);
-    EXPECT_EQ(slot_of(board.read(), target->serial), slot);
-    board.set_faults({});
+    EXPECT_EQ(slot_of(target->serial), slot);
+    set_faults({});
 
     // The unplug empties the pad and ends the notification request; nothing is left waiting.
     EXPECT_EQ(bus_target_remove(client, target), BUS_OK);
-    EXPECT_EQ(board.read().pads[slot].kind, ZEST_BOARD_EMPTY);
-    EXPECT_EQ(board.read().targets_plugged, 0u);
+    EXPECT_EQ(pad(slot).kind, ZEST_BOARD_EMPTY);
+    EXPECT_EQ(plugged(), 0u);
     bus_target_free(target);
     bus_client_free(client);
-    EXPECT_TRUE(eventually([&] { return board.read().requests_pended == 0; }));
-    EXPECT_EQ(std::ranges::count(logged.lines(), unanswered), 0);
+    EXPECT_TRUE(eventually_on_board([&] { return pended() == 0; }));
+    EXPECT_EQ(warnings(), 0);
 }
 
 // A target that never becomes ready holds its ready wait until it is cancelled; a driver that
 // ignores cancellation holds the client's way out only for the bounded wait, with one warning
 // per thread it leaves behind.
-TEST(BusDriver, ARequestTheDriverHoldsCostsTheClientOnlyItsBoundedWait) {
-    const testsupport::LogCapture logged;
-    const Board board;
-    board.set_faults({0, 0, 0, 0, 1 /* never ready */, {}});
+TEST_F(BusDriver, ARequestTheDriverHoldsCostsTheClientOnlyItsBoundedWait) {
+    set_faults({0, 0, 0, 0, 1 /* never ready */, {}});
     BusClient* client = connected_client();
     BusRequest<16> plug;
     plug.put(4, std::uint32_t{1});
     ASSERT_EQ(bus_send(client->device, BUS_IOCTL_PLUG_TARGET, plug), BUS_OK);
-    EXPECT_EQ(slot_of(board.read(), 1), -1);  // never shows either
+    EXPECT_EQ(slot_of(1), -1);  // never shows either
     BusRequest<8> ready;
     ready.put(4, std::uint32_t{1});
     OVERLAPPED overlapped{};
@@ -185,21 +145,21 @@ TEST(BusDriver, ARequestTheDriverHoldsCostsTheClientOnlyItsBoundedWait) {
     EXPECT_EQ(bus_finish(client->device, overlapped, 100),
               static_cast<DWORD>(ERROR_OPERATION_ABORTED));
     CloseHandle(overlapped.hEvent);
-    EXPECT_EQ(std::ranges::count(logged.lines(), unanswered), 1);
+    EXPECT_EQ(warnings(), 1);
     bus_client_free(client);
 
-    board.set_faults({0, 0, 0, 1 /* ignore cancel */, 0, {}});
+    set_faults({0, 0, 0, 1 /* ignore cancel */, 0, {}});
     client = connected_client();
     BusTarget* target = bus_target_alloc_x360();
     ASSERT_EQ(bus_target_add(client, target), BUS_OK);
     Rumble rumble;
     ASSERT_EQ(bus_target_register_notification(client, target, on_rumble, &rumble), BUS_OK);
-    ASSERT_TRUE(eventually([&] { return board.read().requests_pended == 2; }));
+    ASSERT_TRUE(eventually_on_board([&] { return pended() == 2; }));
     const auto start = std::chrono::steady_clock::now();
     bus_target_free(target);
     bus_client_free(client);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
-    EXPECT_EQ(std::ranges::count(logged.lines(), unanswered), 3);
+    EXPECT_EQ(warnings(), 3);
     // The threads left behind stay stuck in the driver until the process ends.
 }
 

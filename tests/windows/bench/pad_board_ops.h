@@ -87,10 +87,7 @@ static inline int zest_board_set_button(zest_board* board, unsigned n, uint16_t 
 static inline int zest_board_set_trigger(zest_board* board, unsigned n, int right, uint8_t value) {
     zest_board_pad* pad = zest_board_physical(board, n);
     if (!pad) return 0;
-    if (right)
-        ZEST_BOARD_STORE(pad->right_trigger, value);
-    else
-        ZEST_BOARD_STORE(pad->left_trigger, value);
+    __atomic_store_n(right ? &pad->right_trigger : &pad->left_trigger, value, __ATOMIC_RELAXED);
     zest_board_bump(pad);
     return 1;
 }
