@@ -15,17 +15,16 @@
 
 namespace {
 
+// What the client heard of the motors: the last pair and how many.
 struct Rumble {
     std::atomic<int> calls{0}, large{-1}, small{-1};
+    static void heard(BusClient*, BusTarget*, std::uint8_t large, std::uint8_t small, std::uint8_t,
+                      void* rumble) {
+        static_cast<Rumble*>(rumble)->large = large;
+        static_cast<Rumble*>(rumble)->small = small;
+        ++static_cast<Rumble*>(rumble)->calls;
+    }
 };
-
-void on_rumble(BusClient*, BusTarget*, std::uint8_t large, std::uint8_t small, std::uint8_t,
-               void* user_data) {
-    auto* rumble = static_cast<Rumble*>(user_data);
-    rumble->large = large;
-    rumble->small = small;
-    ++rumble->calls;
-}
 
 class BusDriver : public ::testing::Test {
 protected:
@@ -80,7 +79,7 @@ TEST_F(BusDriver, TheClientPlugsFeedsHearsRumbleAndUnplugsThroughTheBoard) {
 
     // Motors set on the pad complete the pended notification, one per rumble.
     Rumble rumble;
-    ASSERT_EQ(bus_target_register_notification(client, target, on_rumble, &rumble), BUS_OK);
+    ASSERT_EQ(bus_target_register_notification(client, target, Rumble::heard, &rumble), BUS_OK);
     for (const auto& [large, small] : {std::pair(30000, 20000), std::pair(0, 65535)}) {
         const int calls = rumble.calls + 1;
         zest_board_set_motors(&board->pads[slot], large, small);
@@ -153,7 +152,7 @@ TEST_F(BusDriver, ARequestTheDriverHoldsCostsTheClientOnlyItsBoundedWait) {
     BusTarget* target = bus_target_alloc_x360();
     ASSERT_EQ(bus_target_add(client, target), BUS_OK);
     Rumble rumble;
-    ASSERT_EQ(bus_target_register_notification(client, target, on_rumble, &rumble), BUS_OK);
+    ASSERT_EQ(bus_target_register_notification(client, target, Rumble::heard, &rumble), BUS_OK);
     ASSERT_TRUE(eventually_on_board([&] { return pended() == 2; }));
     const auto start = std::chrono::steady_clock::now();
     bus_target_free(target);

@@ -14,33 +14,32 @@ public:
     MappedBoard() {
         const char* path = std::getenv("ZEST_PAD_BOARD");
         if (path == nullptr) return;
-        file_ = CreateFileA((std::string("Z:") + path).c_str(), GENERIC_READ | GENERIC_WRITE,
-                            FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
-        if (file_ == INVALID_HANDLE_VALUE) return;
-        mapping_ =
-            CreateFileMappingA(file_, nullptr, PAGE_READWRITE, 0, sizeof(zest_board), nullptr);
-        if (mapping_ != nullptr) {
-            board_ = static_cast<zest_board*>(
-                MapViewOfFile(mapping_, FILE_MAP_WRITE, 0, 0, sizeof(zest_board)));
-        }
+        const HANDLE file =
+            CreateFileA((std::string("Z:") + path).c_str(), GENERIC_READ | GENERIC_WRITE,
+                        FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
+        if (file == INVALID_HANDLE_VALUE) return;
+        // The view keeps the mapping, and the mapping the file.
+        const HANDLE mapping =
+            CreateFileMappingA(file, nullptr, PAGE_READWRITE, 0, sizeof(zest_board), nullptr);
+        CloseHandle(file);
+        if (mapping == nullptr) return;
+        view_ = static_cast<zest_board*>(
+            MapViewOfFile(mapping, FILE_MAP_WRITE, 0, 0, sizeof(zest_board)));
+        CloseHandle(mapping);
     }
     ~MappedBoard() {
-        if (board_ != nullptr) UnmapViewOfFile(board_);
-        if (mapping_ != nullptr) CloseHandle(mapping_);
-        if (file_ != INVALID_HANDLE_VALUE) CloseHandle(file_);
+        if (view_ != nullptr) UnmapViewOfFile(view_);
     }
     MappedBoard(const MappedBoard&) = delete;
     MappedBoard& operator=(const MappedBoard&) = delete;
 
     // The board, or null when there is none to map.
     zest_board* get() const {
-        return board_ != nullptr && zest_board_valid(board_) ? board_ : nullptr;
+        return view_ != nullptr && zest_board_valid(view_) ? view_ : nullptr;
     }
 
 private:
-    HANDLE file_ = INVALID_HANDLE_VALUE;
-    HANDLE mapping_ = nullptr;
-    zest_board* board_ = nullptr;
+    zest_board* view_ = nullptr;
 };
 
 // Polls `done` for a bounded while: what the board is told reaches the program (or the other
