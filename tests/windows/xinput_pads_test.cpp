@@ -112,7 +112,7 @@ TEST_F(WineXInput, APadReadsBackAsWrittenRumblesAndUnplugs) {
         std::uint16_t small = 0;
         const std::uint32_t before = zest_board_motors(board, 0, &large, &small);
         ASSERT_EQ(XInputSetState(0, &vibration), success);
-        EXPECT_TRUE(eventually_on_board([&] {
+        ASSERT_TRUE(eventually_on_board([&] {
             return zest_board_motors(board, 0, &large, &small) != before &&
                    large == vibration.wLeftMotorSpeed && small == vibration.wRightMotorSpeed;
         })) << "set "
