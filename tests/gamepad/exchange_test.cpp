@@ -1,11 +1,7 @@
 #include <gmock/gmock.h>
 
-#include <random>
-
 #include "core_fixture.h"
 #include "gamepad/command_queue.h"
-#include "gamepad/publication_channel.h"
-#include "support/random_seed.h"
 
 namespace gamepad {
 namespace {
@@ -44,31 +40,6 @@ TEST(CommandQueue, KeepsPushOrderATakenBatchCannotGrowAndUnrunWritersDieWithThei
         EXPECT_THAT(log, ElementsAre("~1", "~2"));
     }
     EXPECT_THAT(log, ElementsAre("~1", "~2", "~3"));
-}
-
-TEST(PublicationChannel, AnyInterleavingBringsTheNewestAndNeverAnOlderOne) {
-    const std::uint64_t seed = testsupport::random_seed();
-    SCOPED_TRACE("ZEST_RANDOM_SEED=" + std::to_string(seed));
-    std::mt19937_64 random(seed);
-    for (int round = 0; round < 50; ++round) {
-        PublicationChannel<std::uint64_t> channel;
-        std::uint64_t published = 0;
-        const auto viewed = [&] { return channel.view() ? *channel.view() : 0; };
-        EXPECT_FALSE(channel.collect());
-        EXPECT_EQ(channel.view(), nullptr);
-        for (int step = 0; step < 200; ++step) {
-            if (random() % 3 != 0) {
-                channel.back() = ++published;
-                channel.publish();
-                continue;
-            }
-            const std::uint64_t before = viewed();
-            const bool changed = channel.collect();
-            // A delivery with nothing new leaves the view; any other brings the newest.
-            ASSERT_EQ(viewed(), changed ? published : before);
-            ASSERT_EQ(changed, published != before);
-        }
-    }
 }
 
 }  // namespace

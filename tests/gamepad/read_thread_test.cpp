@@ -300,7 +300,10 @@ TEST_F(ReadThreadTest, ThePollingThreadAllocatesNothingHoweverTheDeliveriesLag) 
         const std::vector<std::string> signals = log->take();
         const int delivered = every == 0 ? 0 : ticks_per_run / every;
         EXPECT_EQ(std::ranges::count(signals, "changed 3"), delivered) << every;
-        EXPECT_EQ(std::ranges::count(signals, "attribute 3 2"), delivered) << every;  // the stick
+        // The stick moves on by a hundredth a tick, so a run of whole laps has nothing to tell.
+        EXPECT_EQ(std::ranges::count(signals, "attribute 3 2"),
+                  every == ticks_per_run ? 0 : delivered)
+            << every;
         EXPECT_TRUE(every != 0 || signals.empty());
     }
     EXPECT_EQ(backend->written(3).values[1].as_trigger(), 0.5);  // the first "t"
