@@ -1,13 +1,7 @@
 #include <gmock/gmock.h>
 
-#include <atomic>
-#include <random>
-#include <thread>
-
 #include "core_fixture.h"
 #include "gamepad/command_queue.h"
-#include "gamepad/publication_channel.h"
-#include "support/random_seed.h"
 
 namespace gamepad {
 namespace {
@@ -46,62 +40,6 @@ TEST(CommandQueue, KeepsPushOrderATakenBatchCannotGrowAndUnrunWritersDieWithThei
         EXPECT_THAT(log, ElementsAre("~1", "~2"));
     }
     EXPECT_THAT(log, ElementsAre("~1", "~2", "~3"));
-}
-
-struct Channel {
-    PublicationChannel<std::uint64_t> channel;
-    std::uint64_t published = 0;
-
-    void publish_next() {
-        channel.back() = ++published;
-        channel.publish();
-    }
-    std::uint64_t viewed() const { return channel.view() ? *channel.view() : 0; }
-};
-
-TEST(PublicationChannel, AnyInterleavingBringsTheNewestAndNeverAnOlderOne) {
-    const std::uint64_t seed = testsupport::random_seed();
-    SCOPED_TRACE("ZEST_RANDOM_SEED=" + std::to_string(seed));
-    std::mt19937_64 random(seed);
-    for (int round = 0; round < 50; ++round) {
-        Channel c;
-        EXPECT_FALSE(c.channel.collect());
-        EXPECT_EQ(c.channel.view(), nullptr);
-        for (int step = 0; step < 200; ++step) {
-            if (random() % 3 != 0) {
-                c.publish_next();
-                continue;
-            }
-            const std::uint64_t before = c.viewed();
-            const bool changed = c.channel.collect();
-            // A delivery with nothing new leaves the view; any other brings the newest.
-            ASSERT_EQ(c.viewed(), changed ? c.published : before);
-            ASSERT_EQ(changed, c.published != before);
-        }
-    }
-}
-
-// The publisher at full speed on its own thread, the collector on this one, with nothing but the
-// channel between them.
-TEST(PublicationChannel, TwoThreadsNeverShowAnOlderRecordAfterANewerOne) {
-    Channel c;
-    std::atomic<bool> done = false;
-    std::thread polling([&] {
-        for (int i = 0; i < 20000; ++i)
-            c.publish_next();
-        done = true;
-    });
-    std::uint64_t last_seen = 0;
-    bool went_back = false;
-    while (!done) {
-        c.channel.collect();
-        went_back = went_back || c.viewed() < last_seen;
-        last_seen = c.viewed();
-    }
-    polling.join();
-    c.channel.collect();
-    EXPECT_FALSE(went_back);
-    EXPECT_EQ(c.viewed(), c.published);
 }
 
 }  // namespace
