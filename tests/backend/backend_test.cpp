@@ -4,17 +4,79 @@
 
 #include <chrono>
 #include <cmath>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "backend/attribute_table.h"
-#include "backend_fixture.h"
+#include "backend/bus/bus_requests.h"
+#include "backend/vigem_backend.h"
+#include "hostapi/host_wrappers.h"
 #include "support/allocation_counter.h"
 #include "support/eventually.h"
+#include "support/kit_fixture.h"
+#include "support/log_capture.h"
+#include "zestsim/zestsim.h"
 
 namespace gamepad {
 namespace {
 
-using ::testing::ElementsAre;
+constexpr std::size_t none = static_cast<std::size_t>(-1);
+
+// The XInput pads and the virtual one on the backend the plug-in makes; its log lines are kept.
+class XInputBackendTest : public KitTest {
+protected:
+    void SetUp() override {
+        KitTest::SetUp();
+        plugin_host_handle = hostkit::host_handle();
+        zestsim::reset();
+    }
+    void TearDown() override {
+        backend.reset();  // also with a pad attached: nothing is left behind
+        EXPECT_EQ(zestsim::plugged_targets(), 0u);
+        EXPECT_EQ(zestsim::pending_requests(), 0u);
+        KitTest::TearDown();
+    }
+    // A read as the polling thread makes it: values emptied and sized to the present list.
+    ReadFlags read(std::size_t pad) {
+        state.values.clear();
+        state.values.resize(backend->attribute_count(pad));
+        return backend->read_gamepad(pad, state);
+    }
+    void plug(std::size_t pad, const zestsim::Capabilities& caps =
+                                   zestsim::default_capabilities(zestsim::Subtype::Gamepad)) {
+        zestsim::plug_pad(pad, caps);
+        backend->refresh_gamepads();
+        read(pad);
+    }
+    std::size_t position_of(std::size_t pad, const char* id) {
+        for (std::size_t p = 0; p < backend->attribute_count(pad); ++p) {
+            if (QByteArray(backend->attribute_info(pad, p).id) == id) return p;
+        }
+        return none;
+    }
+    const AttributeValue& value(std::size_t pad, const char* id) {
+        return state.values.at(position_of(pad, id));
+    }
+    void write_motors(std::size_t pad, AttributeValue large, AttributeValue small) {
+        GamepadState out{true, std::vector<AttributeValue>(backend->attribute_count(pad))};
+        out.values[position_of(pad, "motor_left")] = large;
+        out.values[position_of(pad, "motor_right")] = small;
+        backend->write_gamepad(pad, out);
+    }
+
+    std::uint32_t attach(std::size_t& pad) { return backend->attach_virtual_gamepad(0, pad); }
+    std::uint64_t reports() { return zestsim::ioctl_calls(BUS_IOCTL_SUBMIT_X360_REPORT); }
+
+    std::string last_log() const { return logged.lines().back(); }
+
+    const testsupport::LogCapture logged;  // first made, last gone: it sees the backend's end
+    std::unique_ptr<ViGEmBackend> backend = std::make_unique<ViGEmBackend>();
+    GamepadState state;
+};
+
+using ViGEmBackendTest = XInputBackendTest;
+
 using zestsim::Subtype;
 
 // Nothing is polled before a refresh; an empty slot then once per refresh and shows the generic
@@ -58,7 +120,7 @@ TEST_F(XInputBackendTest, SlotsFollowTheRefreshesAndEachPadBringsItsOwnListNameA
     EXPECT_THAT(hostkit::check(), ::testing::IsEmpty());
 }
 
-TEST_F(XInputBackendTest, DecodesButtonsTriggersAndSticksAtTheirEnds) {
+TEST_F(XInputBackendTest, DecodesButtonsTriggersAndSticksAtTheirEndsAndScansTheCapabilities) {
     plug(0);
     EXPECT_EQ(position_of(0, "button_guide"), none);  // a wired pad doesn't report it
     EXPECT_EQ(backend->attribute_count(0), 22u);
@@ -78,9 +140,7 @@ TEST_F(XInputBackendTest, DecodesButtonsTriggersAndSticksAtTheirEnds) {
         std::vector<double>({l.deadzone, l.x, l.y, r.deadzone, r.x, r.y}),
         std::vector<double>({7849.0 / 32767.0, -1.0, 1.0, 8689.0 / 32767.0, 0.0, -1.0 / 32768.0}));
     EXPECT_EQ(value(0, "motor_left").kind, AttributeValue::Kind::Empty);
-}
 
-TEST_F(XInputBackendTest, ScansWhatTheCapabilitiesReport) {
     zestsim::Capabilities caps;  // a trigger of 20: analogue without the digital view
     caps.controls.buttons = 0x1000;
     caps.controls.left_trigger = 20;
@@ -134,11 +194,7 @@ TEST_F(ViGEmBackendTest, AttachFindsTheTargetBehindTheSentinelAndLogsEachStage) 
     std::size_t pad = 9;
     ASSERT_EQ(attach(pad), 0u);
     EXPECT_EQ(pad, 2u);
-    EXPECT_THAT(logged.lines(), ElementsAre("info Gamepad: connecting to ViGEm",
-                                            "info Gamepad: attaching ViGEm target",
-                                            "info Gamepad: discovering ViGEm target",
-                                            "info Gamepad: ViGEm target set up "
-                                            "successfully as user 2"));
+    EXPECT_EQ(last_log(), "info Gamepad: ViGEm target set up successfully as user 2");
     EXPECT_EQ(zestsim::target_report(1).thumb_lx, 0);  // the zero report after the sentinel
     EXPECT_EQ(backend->gamepad_capabilities(2), GamepadCapabilities(15));
     EXPECT_STREQ(backend->attribute_info(2, 12).id, "button_guide");
@@ -213,7 +269,7 @@ TEST_F(ViGEmBackendTest, ARefusedUnplugKeepsTheTargetUntilTheBusTakesItBack) {
         if (zestsim::ioctl_calls(BUS_IOCTL_UNPLUG_TARGET) > before) asked_at.push_back(refresh);
     }
     ASSERT_GE(asked_at.size(), 3u);
-    EXPECT_LT(asked_at.size(), 10u);
+    EXPECT_LE(asked_at.size(), 6u);  // the pause doubles
     for (std::size_t i = 2; i < asked_at.size(); ++i)
         EXPECT_GE(asked_at[i] - asked_at[i - 1], asked_at[i - 1] - asked_at[i - 2]);
     EXPECT_GT(asked_at[2] - asked_at[1], asked_at[1] - asked_at[0]);
@@ -284,8 +340,6 @@ TEST_F(ViGEmBackendTest, RumbleDuringDiscoveryIsKeptAndWritesGoOutOnce) {
     backend->write_gamepad(pad, out);
     EXPECT_EQ(reports(), sent + 1);
     EXPECT_EQ(zestsim::target_report(1).buttons, 0x1000);
-    read(pad);
-    EXPECT_TRUE(state.values[13].as_button());             // back through XInput
     EXPECT_EQ(zestsim::calls("XInputSetState", pad), 1u);  // only the other program's
 
     zestsim::deny_reports(true);  // a failed report is logged once and counts as sent
@@ -311,7 +365,6 @@ TEST_F(XInputBackendTest, NormalReadsAndWritesAllocateNothing) {
     }
     EXPECT_EQ(allocations.count(), 0u);
     EXPECT_EQ(zestsim::calls("XInputSetState", 1), 51u);
-    EXPECT_EQ(value(1, "trigger_left").as_trigger(), 49 / 255.0);
 }
 
 }  // namespace

@@ -85,10 +85,8 @@ TEST_F(BusClientTest, TargetsFindTheirSerialAndMoveThroughTheirStates) {
     BusTarget* taken = bus_target_alloc_x360();
     ASSERT_EQ(bus_target_add(client, taken), BUS_OK);
     target = bus_target_alloc_x360();
-    const std::uint64_t before = plugs();
     EXPECT_EQ(bus_target_add(client, target), BUS_OK);
     EXPECT_EQ(target->serial, 2u);
-    EXPECT_EQ(plugs() - before, 2u);
     EXPECT_EQ(bus_target_add(client, target), BUS_ERROR_ALREADY_PLUGGED);
 
     EXPECT_EQ(bus_target_remove(client, taken), BUS_OK);
@@ -103,26 +101,9 @@ TEST_F(BusClientTest, TargetsFindTheirSerialAndMoveThroughTheirStates) {
     EXPECT_EQ(bus_target_add(client, &blank), BUS_ERROR_UNINITIALIZED);
 }
 
-TEST_F(BusClientTest, RefusedSerialsReadyWaitsAndReportsEndInTheirCodes) {
-    ASSERT_EQ(connect(), BUS_OK);
-    target = bus_target_alloc_x360();
-    zestsim::refuse_all_serials(true);
-    const std::uint64_t before = plugs();
-    EXPECT_EQ(bus_target_add(client, target), BUS_ERROR_NO_FREE_SLOT);
-    EXPECT_EQ(plugs() - before, 65535u);
-    EXPECT_EQ(target->state, BusTargetState::New);
-    zestsim::refuse_all_serials(false);
-
-    zestsim::fail_wait_ready(ERROR_INVALID_PARAMETER);  // counts as ready
-    EXPECT_EQ(bus_target_add(client, target), BUS_OK);
-    zestsim::deny_reports(true);
-    EXPECT_EQ(bus_target_update_x360(client, target, {}), BUS_ERROR_INVALID_TARGET);
-    bus_target_remove(client, target);
-}
-
-// A notification thread that cannot start fails its registration without leaking a handle;
-// once one starts, rumble reaches the callback until the target goes.
-TEST_F(BusClientTest, RumbleReachesTheCallbackOfAThreadThatStartedUntilTheTargetGoes) {
+// A notification thread that cannot start fails its registration without leaking a handle; one
+// that started takes over a new callback and ends with its target.
+TEST_F(BusClientTest, ANotificationThreadStartsOnceAndEndsWithItsTarget) {
     zestsim::plug_pad(0, zestsim::Subtype::Gamepad);
     connect_and_plug();
     // The output thread makes its own event before its first request; not counted here.
@@ -141,14 +122,6 @@ TEST_F(BusClientTest, RumbleReachesTheCallbackOfAThreadThatStartedUntilTheTarget
               BUS_ERROR_CALLBACK_REGISTERED);
     EXPECT_EQ(zestsim::calls("CreateThread"), threads + 1);
 
-    ASSERT_EQ(zestsim::target_user(target->serial), 1);
-    ASSERT_TRUE(eventually([] { return zestsim::pending_requests() == 2; }));  // output, rumble
-    XINPUT_VIBRATION motors{0xFFFF, 0x00FF};
-    XInputSetState(1, &motors);
-    ASSERT_TRUE(eventually([&] { return rumble.calls.load() == 1; }));
-    EXPECT_EQ(rumble.large.load(), 255);  // large motor first
-    EXPECT_EQ(rumble.small.load(), 0);
-
     EXPECT_EQ(bus_target_register_notification(client, target, other_callback, nullptr), BUS_OK);
     EXPECT_EQ(zestsim::calls("CreateThread"), threads + 1);  // the running thread takes it over
     EXPECT_EQ(bus_target_remove(client, target), BUS_OK);
@@ -156,38 +129,32 @@ TEST_F(BusClientTest, RumbleReachesTheCallbackOfAThreadThatStartedUntilTheTarget
     EXPECT_EQ(zestsim::pending_requests(), 1u);       // the output request
 }
 
-TEST_F(BusClientTest, FreeingEndsEveryThreadAlsoWithATargetStillPlugged) {
-    for (int cycle = 0; cycle < 20; ++cycle) {
-        connect_and_plug();
-        ASSERT_EQ(bus_target_register_notification(client, target, on_rumble, nullptr), BUS_OK);
-        bus_target_free(std::exchange(target, nullptr));  // its rumble request is cancelled
-        bus_client_free(std::exchange(client, nullptr));  // the output request too
-        EXPECT_EQ(zestsim::pending_requests(), 0u);
-        zestsim::reset();
-    }
-}
-
 // A driver that refuses one kind of request at once, as it would one it cannot queue: every
-// call ends, and the threads that retry stay idle through a second of refusals.
+// call ends, and the threads that retry stay idle through a second of refusals. Every serial
+// is tried before a plug fails; an older driver's answer to a ready wait counts as ready.
 TEST_F(BusClientTest, EachRefusedControlCodeEndsEveryCallAndCostsNoCore) {
+    constexpr DWORD failed = ERROR_GEN_FAILURE;
     const struct {
-        DWORD code;
+        DWORD code, error;
         BusStatus connect, add, remove;
-    } rows[] = {{BUS_IOCTL_CHECK_VERSION, BUS_ERROR_VERSION_MISMATCH, BUS_ERROR_NOT_FOUND,
-                 BUS_ERROR_NOT_FOUND},
-                {BUS_IOCTL_PLUG_TARGET, BUS_OK, BUS_ERROR_NO_FREE_SLOT, BUS_ERROR_NOT_PLUGGED},
-                {BUS_IOCTL_WAIT_READY, BUS_OK, BUS_ERROR_NOT_PLUGGED, BUS_ERROR_NOT_PLUGGED},
-                {BUS_IOCTL_UNPLUG_TARGET, BUS_OK, BUS_OK, BUS_ERROR_REMOVAL_FAILED},
-                {BUS_IOCTL_SUBMIT_X360_REPORT, BUS_OK, BUS_OK, BUS_OK},
-                {BUS_IOCTL_AWAIT_X360_NOTIFICATION, BUS_OK, BUS_OK, BUS_OK},
-                {BUS_IOCTL_AWAIT_OUTPUT, BUS_OK, BUS_OK, BUS_OK}};
+    } rows[] = {
+        {BUS_IOCTL_CHECK_VERSION, failed, BUS_ERROR_VERSION_MISMATCH, BUS_ERROR_NOT_FOUND,
+         BUS_ERROR_NOT_FOUND},
+        {BUS_IOCTL_PLUG_TARGET, failed, BUS_OK, BUS_ERROR_NO_FREE_SLOT, BUS_ERROR_NOT_PLUGGED},
+        {BUS_IOCTL_WAIT_READY, failed, BUS_OK, BUS_ERROR_NOT_PLUGGED, BUS_ERROR_NOT_PLUGGED},
+        {BUS_IOCTL_WAIT_READY, ERROR_INVALID_PARAMETER, BUS_OK, BUS_OK, BUS_OK},
+        {BUS_IOCTL_UNPLUG_TARGET, failed, BUS_OK, BUS_OK, BUS_ERROR_REMOVAL_FAILED},
+        {BUS_IOCTL_SUBMIT_X360_REPORT, failed, BUS_OK, BUS_OK, BUS_OK},
+        {BUS_IOCTL_AWAIT_X360_NOTIFICATION, failed, BUS_OK, BUS_OK, BUS_OK},
+        {BUS_IOCTL_AWAIT_OUTPUT, failed, BUS_OK, BUS_OK, BUS_OK}};
     for (const auto& row : rows) {
-        SCOPED_TRACE("refused control code " + std::to_string(row.code));
+        SCOPED_TRACE(std::to_string(row.code) + " refused with " + std::to_string(row.error));
         zestsim::reset();
-        zestsim::refuse_requests(row.code, ERROR_GEN_FAILURE);
+        zestsim::refuse_requests(row.code, row.error);
         EXPECT_EQ(connect(), row.connect);
         target = bus_target_alloc_x360();
         EXPECT_EQ(bus_target_add(client, target), row.add);
+        EXPECT_TRUE(row.add != BUS_ERROR_NO_FREE_SLOT || plugs() == 65535u);  // every serial
         EXPECT_EQ(zestsim::plugged_targets(), row.add == BUS_OK ? 1u : 0u);
         if (row.add == BUS_OK) {
             EXPECT_EQ(bus_target_register_notification(client, target, on_rumble, nullptr), BUS_OK);
@@ -213,10 +180,11 @@ TEST_F(BusClientTest, RumbleGetsThroughAgainOnceTheDriverAnswers) {
     ASSERT_EQ(bus_target_register_notification(client, target, on_rumble, &rumble), BUS_OK);
     int sent = 0;
     const auto rumble_once = [&] {
-        XINPUT_VIBRATION motors{static_cast<WORD>(++sent << 8), 0};
+        XINPUT_VIBRATION motors{static_cast<WORD>(++sent << 8), 0x00FF};  // large motor first
         XInputSetState(0, &motors);
         ASSERT_TRUE(eventually([&] { return rumble.calls.load() == sent; }));
         EXPECT_EQ(rumble.large.load(), sent);
+        EXPECT_EQ(rumble.small.load(), 0);
     };
     for (const DWORD error : {ERROR_ACCESS_DENIED, ERROR_OPERATION_ABORTED, ERROR_GEN_FAILURE}) {
         SCOPED_TRACE("refused with " + std::to_string(error));
@@ -251,6 +219,7 @@ TEST_F(BusClientTest, EachRefusedEventEndsItsCallInAnErrorAndLeavesNothingWaitin
             statuses = {bus_client_connect(client), bus_target_add(client, target),
                         bus_target_register_notification(client, target, on_rumble, &rumble)};
             if (statuses.back() == BUS_OK) {  // a thread that started has what it needs
+                EXPECT_LE(zestsim::calls("CreateEvent"), made);  // none was refused
                 XINPUT_VIBRATION motors{0xFF00, 0};
                 XInputSetState(0, &motors);
                 EXPECT_TRUE(eventually([&] { return rumble.calls.load() == 1; }));

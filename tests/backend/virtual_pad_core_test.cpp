@@ -35,18 +35,6 @@ protected:
         plugin_host_handle = hostkit::host_handle();
         zestsim::reset();
     }
-
-    // Runs the large motor of `pad` at full speed until the writer is cleared; its position.
-    static std::size_t rumble(Gamepads& user, int pad) {
-        Game::GamepadImpl* impl = user.gamepad(pad)->impl();
-        EXPECT_TRUE(eventually([&] { return impl->metadata() != nullptr; }));
-        std::size_t motor = 0;
-        while (impl->metadata()->attributes[motor].id != "motor_left")
-            ++motor;
-        impl->set_constant(motor, AttributeValue::make_motor(1.0),
-                           platform::monotonic_now_ns() + one_hour_ns);
-        return motor;
-    }
 };
 
 // What the machine shows against what the core says, and the panel while it is open; empty
@@ -185,8 +173,13 @@ TEST_F(VirtualPadCoreTest, RandomSwitchingFaultsAndUnloadsEndInTheTruth) {
                 if (!node_writer) node->gamepad(2)->impl()->clear_writer(node_motor);
                 node.reset();
             } else {
-                node = impl.use();
-                node_motor = rumble(*node, 2);
+                node = impl.use();  // runs the large motor of pad 2 at full speed
+                Game::GamepadImpl* pad = node->gamepad(2)->impl();
+                ASSERT_TRUE(eventually([&] { return pad->metadata() != nullptr; }));
+                for (node_motor = 0; pad->metadata()->attributes[node_motor].id != "motor_left";)
+                    ++node_motor;
+                pad->set_constant(node_motor, AttributeValue::make_motor(1.0),
+                                  platform::monotonic_now_ns() + one_hour_ns);
             }
         } else if (action < 12) {
             ghost_fault = set_fault(random() % 9, random);
