@@ -39,6 +39,11 @@ TEST_F(ButtonEventNodeTest, ShowTheirSelectionAndPassEventsOnWhateverTheStoreHol
     EXPECT_EQ(press->display_name(), "On A button Press (Gamepad 2)");
     EXPECT_EQ(release->display_name(), "On A button Release (Gamepad 2)");
     EXPECT_GT(press->node.name_invalidations().total, 0);
+    zestsim::press(1, button_a, true);
+    ASSERT_TRUE(eventually([&] { return press->originated() >= 1; }));
+    await_reads(1);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(press->originated(), 1u);  // told once, whichever seed the walk has
 
     // Names fit the host's buffer, and what the store holds never breaks a node: a pad that
     // doesn't exist, a value of the wrong type, an attribute id no entry has.
@@ -55,7 +60,7 @@ TEST_F(ButtonEventNodeTest, ShowTheirSelectionAndPassEventsOnWhateverTheStoreHol
     release->build();
     EXPECT_EQ(release->panel.find_key("!attribute")->entries.size(), 16u);  // the pad's buttons
     EXPECT_EQ(release->display_name(), "");
-    zestsim::press(1, button_a, true);  // an id no entry has listens to nothing
+    zestsim::press(1, button_a, false);  // an id no entry has listens to nothing
     await_reads(1);
     QCoreApplication::processEvents();
 

@@ -76,6 +76,12 @@ TEST_F(PreferencesTest, TheCheckboxAttachesAndDetachesTheVirtualPad) {
     QCoreApplication::processEvents();
     EXPECT_EQ(hostkit::preferences_invalidations().total - asked,
               probe->node.properties_invalidations().total - probe_asked);
+    // Fed by itself the virtual pad would hold what a node pressed.
+    probe->store.set("!seconds", 0.05);
+    select_attribute(*probe, 0, "B button");
+    probe->receive(hostkit::create_event());
+    ASSERT_TRUE(eventually([] { return zestsim::target_report(virtual_serial).buttons != 0; }));
+    EXPECT_TRUE(eventually([] { return zestsim::target_report(virtual_serial).buttons == 0; }));
     probe.reset();
 
     ASSERT_TRUE(switch_virtual_pad(false));
