@@ -14,7 +14,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
-using ::testing::Key;
 using Pad = zestsim::PadState;
 
 constexpr std::uint32_t virtual_serial = 1;
@@ -145,9 +144,6 @@ TEST_F(ActionNodeTest, NoiseTypesMoveTheTargetWhileTheyRun) {
             EndsWith("|  Frequency: 100 (0 to 200, step 10)|  Amplitude: " +
                      std::to_string(test.amplitude) +
                      " (0 to 100, step 5)|  Duration (seconds): 5 (0.001 to inf)|  [Test]|"));
-        EXPECT_THAT(node->store.values(),
-                    ElementsAre(Key("!amplitude"), Key("!attribute"), Key("!frequency"),
-                                Key("!gamepad"), Key("!seconds")));
         node->store.set("!frequency", 200);
         node->build();
         fire(*node);
@@ -160,7 +156,7 @@ TEST_F(ActionNodeTest, NoiseTypesMoveTheTargetWhileTheyRun) {
 }
 
 // Overrides belong to the attribute: a second firing replaces the first, whoever began it, and
-// StopTest or a change of selection ends it at once. Beyond the 32-bit milliseconds the hold and
+// a change of selection ends it at once. Beyond the 32-bit milliseconds the hold and
 // the test timer last about 24.8 days. With the virtual pad down the node lets its
 // selection go, and takes it back from the untouched store when the pad is connected again.
 // Odd stores never hold anything.
@@ -176,16 +172,6 @@ TEST_F(ActionNodeTest, LaterFiringsReplaceEarlierOnesStopsEndThemAndOddStoresHol
     ASSERT_TRUE(eventually([] { return shown().buttons == button_b; }));
     fire(*short_press);
     ASSERT_TRUE(eventually([] { return shown().buttons == 0; }));
-
-    click(*node, "Test");
-    ASSERT_TRUE(eventually([] { return shown().buttons == button_b; }));
-    EXPECT_GT(node->node.properties_invalidations().total, 0);
-    node->build();
-    click(*node, "Stop test");
-    ASSERT_TRUE(eventually([] { return shown().buttons == 0; }));
-    EXPECT_EQ(node->panel.controls().back().text, "Stop test");
-    node->build();
-    EXPECT_EQ(node->panel.controls().back().text, "Test");
 
     click(*node, "Test");
     ASSERT_TRUE(eventually([] { return shown().buttons == button_b; }));

@@ -9,15 +9,14 @@
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 constexpr std::uint16_t button_a = 0x1000;
-constexpr std::uint16_t button_b = 0x2000;
 
 using ButtonEventNodeTest = PluginTest;
 
-// Both nodes hear each change in the same delivery, so one firing shows the other's silence.
-TEST_F(ButtonEventNodeTest, FireOnTheirOwnTransitionsOfTheirLastSelectedPadOnly) {
+// Which transitions a node tells, and when, the random walk checks; here what the nodes show and
+// what odd stores and passed-on events do to them.
+TEST_F(ButtonEventNodeTest, ShowTheirSelectionAndPassEventsOnWhateverTheStoreHolds) {
     zestsim::plug_pad(0, zestsim::Subtype::Gamepad);
     zestsim::plug_pad(1, zestsim::Subtype::Gamepad);
     auto press = make_node("onbuttonpress");
@@ -31,7 +30,7 @@ TEST_F(ButtonEventNodeTest, FireOnTheirOwnTransitionsOfTheirLastSelectedPadOnly)
     select_attribute(*press, 0, "A button");
     select_attribute(*release, 1, "A button");
     select_attribute(*press, 1, "A button");
-    press->build();  // more passes with the same pad add no second connection
+    press->build();
     std::vector<std::string> lines = panel_lines(press->panel);
     lines.resize(6);
     EXPECT_THAT(lines, ElementsAre("  Gamepad", "    ( ) Gamepad 1", "    (*) Gamepad 2",
@@ -40,37 +39,11 @@ TEST_F(ButtonEventNodeTest, FireOnTheirOwnTransitionsOfTheirLastSelectedPadOnly)
     EXPECT_EQ(press->display_name(), "On A button Press (Gamepad 2)");
     EXPECT_EQ(release->display_name(), "On A button Release (Gamepad 2)");
     EXPECT_GT(press->node.name_invalidations().total, 0);
-
-    zestsim::press(0, button_a, true);  // the pad it had before is none of its
     zestsim::press(1, button_a, true);
-    ASSERT_TRUE(eventually([&] { return press->originated() == 1; }));
-    EXPECT_EQ(release->originated(), 0u);
-    zestsim::press(1, button_a, false);
-    ASSERT_TRUE(eventually([&] { return release->originated() == 1; }));
-    EXPECT_EQ(press->originated(), 1u);
-
-    zestsim::press(1, button_b, true);  // other buttons of the pad are none of theirs
+    ASSERT_TRUE(eventually([&] { return press->originated() >= 1; }));
     await_reads(1);
-    zestsim::press(1, button_b, false);
-    await_reads(1);
-    zestsim::press(1, button_a, true);
-    ASSERT_TRUE(eventually([&] { return press->originated() == 2; }));
-    EXPECT_EQ(release->originated(), 1u);
-
-    // A host busy over several ticks still hears each transition once, as what it was.
-    for (const bool pressed : {false, true, false}) {
-        zestsim::press(1, button_a, pressed);
-        await_reads(1, true);
-    }
-    ASSERT_TRUE(eventually([&] { return release->originated() == 3; }));
-    EXPECT_EQ(press->originated(), 3u);
-
-    press.reset();  // its connection goes with it
-    zestsim::press(1, button_a, true);
-    await_reads(1);
-    zestsim::press(1, button_a, false);
-    ASSERT_TRUE(eventually([&] { return release->originated() == 4; }));
-    EXPECT_THAT(release->node.parent_sink().posted(), IsEmpty());
+    QCoreApplication::processEvents();
+    EXPECT_EQ(press->originated(), 1u);  // told once, whichever seed the walk has
 
     // Names fit the host's buffer, and what the store holds never breaks a node: a pad that
     // doesn't exist, a value of the wrong type, an attribute id no entry has.
@@ -87,9 +60,7 @@ TEST_F(ButtonEventNodeTest, FireOnTheirOwnTransitionsOfTheirLastSelectedPadOnly)
     release->build();
     EXPECT_EQ(release->panel.find_key("!attribute")->entries.size(), 16u);  // the pad's buttons
     EXPECT_EQ(release->display_name(), "");
-    zestsim::press(1, button_a, true);
-    await_reads(1);
-    zestsim::press(1, button_a, false);
+    zestsim::press(1, button_a, false);  // an id no entry has listens to nothing
     await_reads(1);
     QCoreApplication::processEvents();
 
@@ -101,7 +72,7 @@ TEST_F(ButtonEventNodeTest, FireOnTheirOwnTransitionsOfTheirLastSelectedPadOnly)
     release->receive(received);
     release->forward(forwarded);
     EXPECT_EQ(release->node.parent_sink().posted(), ids);
-    EXPECT_EQ(release->originated(), 4u);
+    EXPECT_EQ(release->originated(), 0u);
     EXPECT_EQ(hostkit::live_event_count(), 0u);
 }
 

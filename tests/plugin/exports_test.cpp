@@ -98,10 +98,9 @@ TEST_F(PluginTest, DescribesItselfWithItsIconAndRegistersTheNineTypesInOrder) {
 
 // Loading gives each attribute name an id in order of first sight, names no pad has too, and
 // saving gives the name back. Anything else stays: ids the table lacks, other types, other keys.
-// Loading is registration only: the polling thread comes with the first node, and unloading
-// leaves no thread behind. Unload is harmless when there is nothing to unload, and the plug-in
-// can be described and loaded again afterwards, with a fresh table.
-TEST_F(PluginTest, StoreHooksTurnNamesIntoIdsAndUnloadingLeavesNoThreadAndAFreshTable) {
+// Unload is harmless when there is nothing to unload, and the plug-in can be described and
+// loaded again afterwards, with a fresh table.
+TEST_F(PluginTest, StoreHooksTurnNamesIntoIdsAndAReloadStartsAFreshTable) {
     const hostkit::RegisteredNodeType& hooks = registry.types().front();
     const std::vector<std::pair<hostkit::Store::Value, hostkit::Store::Value>> saved_and_loaded{
         {"button_a", 0}, {"button_turbo", 1}, {"button_a", 0}, {-1, -1},
@@ -118,19 +117,8 @@ TEST_F(PluginTest, StoreHooksTurnNamesIntoIdsAndUnloadingLeavesNoThreadAndAFresh
         EXPECT_EQ(store.values().size(), 2u);
     }
 
-    const int threads = thread_count();
-    EXPECT_EQ(zestsim::calls("XInputGetState"), 0u);
-
-    zestsim::plug_pad(0, zestsim::Subtype::Gamepad);
-    auto node = make_node("onbuttonpress");
-    EXPECT_TRUE(eventually([] { return zestsim::calls("XInputGetState") > 0; }));
-    EXPECT_EQ(thread_count(), threads + 1);
-    node.reset();
-
     plugin().unload();
-    EXPECT_TRUE(eventually([&] { return thread_count() == threads; }));
-    plugin().unload();
-
+    plugin().unload();  // nothing left to unload
     PluginInfo fresh{};
     plugin().get_info(&fresh);
     hostkit::Registry second;
@@ -141,7 +129,6 @@ TEST_F(PluginTest, StoreHooksTurnNamesIntoIdsAndUnloadingLeavesNoThreadAndAFresh
     store.set("!attribute", "motor_left");
     second.types()[0].after_load(nullptr, store.handle());
     EXPECT_EQ(store.get<std::int32_t>("!attribute"), 0);  // a fresh table counts from 0 again
-    EXPECT_EQ(thread_count(), threads);
 }
 
 }  // namespace

@@ -76,6 +76,7 @@ TEST_F(PreferencesTest, TheCheckboxAttachesAndDetachesTheVirtualPad) {
     QCoreApplication::processEvents();
     EXPECT_EQ(hostkit::preferences_invalidations().total - asked,
               probe->node.properties_invalidations().total - probe_asked);
+    // Fed by itself the virtual pad would hold what a node pressed.
     probe->store.set("!seconds", 0.05);
     select_attribute(*probe, 0, "B button");
     probe->receive(hostkit::create_event());
@@ -87,11 +88,6 @@ TEST_F(PreferencesTest, TheCheckboxAttachesAndDetachesTheVirtualPad) {
     EXPECT_THAT(panel_lines(preferences_panel), SizeIs(4));  // the group holds the checkbox only
     EXPECT_TRUE(eventually([] { return zestsim::plugged_targets() == 0; }));
     EXPECT_EQ(reads_during_a_while(0), 0u);
-
-    auto node = make_node("rumblegamepad");
-    ASSERT_TRUE(switch_virtual_pad(true));  // with another user the core goes on running
-    ASSERT_TRUE(switch_virtual_pad(false));
-    EXPECT_TRUE(eventually([] { return zestsim::plugged_targets() == 0; }));
 }
 
 // The feed mirrors a physical pad into the virtual one, and rumble goes back to it.

@@ -5,7 +5,6 @@
 #include <map>
 #include <random>
 #include <set>
-#include <sstream>
 
 #include "kit/kit.h"
 #include "plugin_fixture.h"
@@ -96,15 +95,13 @@ protected:
             (this->*moves[next(rng_)].second)();
             settle();
             if (failure_.empty() && !HasFailure()) continue;
-            std::ostringstream report;
+            std::string report = failure_.empty() ? "see above" : failure_;
+            report += "\nfaults in force:";
             for (const std::string& fault : faults_)
-                report << " " << fault << ";";
-            report << "\nlast steps:";
+                report += " " + fault + ";";
             for (const std::string& line : trail_)
-                report << "\n  " << line;
-            ADD_FAILURE() << "ZEST_RANDOM_SEED=" << seed << " at step " << step << ": "
-                          << (failure_.empty() ? "see above" : failure_)
-                          << "\nfaults in force:" << report.str();
+                report += "\n  " + line;
+            ADD_FAILURE() << "ZEST_RANDOM_SEED=" << seed << " at step " << step << ": " << report;
         }
         nodes_.clear();
     }
