@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "gui/main_window.h"
-#include "kit/kit.h"
 #include "zesthost/commands.h"
 #include "zesthost/interactive.h"
 #include "zesthost/scenario.h"
@@ -100,34 +99,18 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "%s\n", usage);
         return 2;
     }
-    if (!hostkit::load_translations(ZEST_ENGLISH_TABLE)) {
-        std::fprintf(stderr, "zesthost: can't read the English texts %s\n", ZEST_ENGLISH_TABLE);
-        return 1;
-    }
-    zesthost::Trace trace;
-    zesthost::log_into(&trace, verbose);
-    bool passed = true;
-    try {
-        zesthost::Session session(plugin, trace);
-        if (gui) {
-            passed = run_window(session, window);
-        } else if (run) {
+    return zesthost::run_host(ZEST_ENGLISH_TABLE, plugin, verbose, [&](zesthost::Session& session) {
+        if (gui) return run_window(session, window);
+        if (run) {
+            bool passed = true;
             for (const std::string& scenario : scenarios)
                 passed = zesthost::run_scenario(session, scenario) && passed;
-        } else {
-            zesthost::Commands commands(session, QDir::currentPath().toStdString());
-            zesthost::Interactive interactive(session, commands);
-            interactive.start();
-            QCoreApplication::exec();
+            return passed;
         }
-    } catch (const std::exception& error) {
-        trace.line(std::string("FAILED: ") + error.what());
-        passed = false;
-    }
-    for (const std::string& problem : hostkit::check()) {
-        trace.line("host contract: " + problem);
-        passed = false;
-    }
-    zesthost::log_into(nullptr, verbose);
-    return passed ? 0 : 1;
+        zesthost::Commands commands(session, QDir::currentPath().toStdString());
+        zesthost::Interactive interactive(session, commands);
+        interactive.start();
+        QCoreApplication::exec();
+        return true;
+    });
 }

@@ -9,10 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "kit/kit.h"
 #include "zesthost/scenario.h"
 #include "zesthost/session.h"
-#include "zesthost/trace.h"
 
 namespace {
 
@@ -49,25 +47,10 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "%s\n", usage);
         return 2;
     }
-    if (!hostkit::load_translations(ZEST_ENGLISH_TABLE)) {
-        std::fprintf(stderr, "zesthost: can't read the English texts %s\n", ZEST_ENGLISH_TABLE);
-        return 1;
-    }
-    zesthost::Trace trace;
-    zesthost::log_into(&trace, verbose);
-    bool passed = true;
-    try {
-        zesthost::Session session(plugin, trace);
+    return zesthost::run_host(ZEST_ENGLISH_TABLE, plugin, verbose, [&](zesthost::Session& session) {
+        bool passed = true;
         for (const std::string& scenario : scenarios)
             passed = zesthost::run_scenario(session, scenario) && passed;
-    } catch (const std::exception& error) {
-        trace.line(std::string("FAILED: ") + error.what());
-        passed = false;
-    }
-    for (const std::string& problem : hostkit::check()) {
-        trace.line("host contract: " + problem);
-        passed = false;
-    }
-    zesthost::log_into(nullptr, verbose);
-    return passed ? 0 : 1;
+        return passed;
+    });
 }

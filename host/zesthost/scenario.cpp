@@ -4,9 +4,12 @@
 #include <QtGlobal>
 
 #include <atomic>
+#include <cstdio>
+#include <exception>
 #include <fstream>
 #include <vector>
 
+#include "kit/kit.h"
 #include "zesthost/commands.h"
 
 namespace zesthost {
@@ -53,6 +56,30 @@ void log_into(Trace* trace, bool verbose) {
     log_verbose.store(verbose);
     log_trace.store(trace);
     qInstallMessageHandler(log_to_trace);
+}
+
+int run_host(const char* english_table, const std::string& plugin, bool verbose,
+             const std::function<bool(Session&)>& body) {
+    if (!hostkit::load_translations(english_table)) {
+        std::fprintf(stderr, "zesthost: can't read the English texts %s\n", english_table);
+        return 1;
+    }
+    Trace trace;
+    log_into(&trace, verbose);
+    bool passed = true;
+    try {
+        Session session(plugin, trace);
+        passed = body(session);
+    } catch (const std::exception& error) {
+        trace.line(std::string("FAILED: ") + error.what());
+        passed = false;
+    }
+    for (const std::string& problem : hostkit::check()) {
+        trace.line("host contract: " + problem);
+        passed = false;
+    }
+    log_into(nullptr, verbose);
+    return passed ? 0 : 1;
 }
 
 }  // namespace zesthost
