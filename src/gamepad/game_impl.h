@@ -10,6 +10,7 @@
 
 #include "gamepad/command.h"
 #include "gamepad/game.h"
+#include "gamepad/update_rate.h"
 #include "gamepad/virtual_gamepad_state.h"
 
 namespace gamepad {
@@ -64,7 +65,7 @@ private:
     void push_virtual_gamepad_command(Command command);
 
     CoreSeams seams_;
-    std::int32_t update_rate_ = 240;
+    std::int32_t update_rate_ = default_update_rate;
     std::size_t use_count_ = 0;
     std::unique_ptr<Backend> backend_;
     std::unique_ptr<ReadThread> read_thread_;

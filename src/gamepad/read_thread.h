@@ -35,6 +35,7 @@ public:
     // Main thread. Stops and joins the thread, also a paused one, then frees what is left.
     ~ReadThread() override;
 
+    // Either thread: the control block's fields say who may touch them.
     ReadThreadControl& control() { return *control_; }
     std::size_t gamepad_count() const { return gamepad_count_; }
 
@@ -59,8 +60,9 @@ Q_SIGNALS:
     void virtual_gamepad_attach_success(std::size_t gamepad, std::uint64_t generation);
 
 protected:
+    // Polling thread: the loop, in read_thread_polling.cpp.
     void run() override;
-    // Main thread: the deliveries.
+    // Main thread: the deliveries, in read_thread_delivery.cpp.
     bool event(QEvent* event) override;
 
 private:
@@ -69,51 +71,70 @@ private:
         std::unique_ptr<Writer> writer;
     };
 
-    // Polling thread, all of them.
+    // One delivery waits and one is delivered; a nested event loop inside a delivery may want a
+    // third.
+    static constexpr std::size_t delivery_slot_count = 3;
+
+    // Polling thread, every one of them: the tick and its steps, in read_thread_polling.cpp.
     void tick();
     void process_commands();
     void run_command(Command& command);
-    void write_empty_outputs();
-    void run_writers(bool any_metadata_changed);
-    // True if it published.
-    bool publish_gamepad(std::size_t gamepad);
+    // True if any pad's metadata changed.
+    bool read_gamepads();
     void refresh_metadata(std::size_t gamepad, GamepadExchange& exchange);
+    void drop_inactive_writers();
+    void run_writers(bool any_metadata_changed);
+    void write_gamepads();
+    void write_empty_outputs();
+
+    // Polling thread, every one of them: towards the main thread, in read_thread_publishing.cpp.
+    // Each is true if it published.
+    bool publish(bool any_metadata_changed);
+    bool publish_gamepad(std::size_t gamepad);
     bool publish_notes();
-    // Polling thread: posts a delivery for `news`, or for what a lost one left uncollected.
+    // Posts a delivery for `news`, or for what a lost one left uncollected.
     void post_delivery(bool news);
     bool uncollected_news() const;
-    // Main thread.
+
+    // Main thread, every one of them: the delivery's steps, in read_thread_delivery.cpp.
     void tell_pads();
     void tell_transitions();
     void tell_notes();
 
+    // Made on the main thread before the thread starts and fixed from then on.
     std::unique_ptr<ReadThreadControl> control_;
     std::size_t gamepad_count_;
-    std::uint64_t next_writer_id_ = 1;  // main thread; 0 means no writer
-    Backend* backend_;
-    std::vector<GamepadState> input_states_;
-    std::vector<GamepadState> output_states_;
-    std::vector<WriterEntry> writers_;
-    QElapsedTimer refresh_timer_;
+    Backend* backend_;  // only the polling thread calls it
+
+    // Between the threads: each says who writes and who reads.
     std::vector<GamepadExchange> gamepads_;
     CommandQueue commands_;
-    std::uint64_t transition_order_ = 0;  // polling thread: counts the transitions of all pads
-    DeliveryNotes notes_;                 // polling thread
-    bool notes_changed_ = false;          // polling thread
     PublicationChannel<DeliveryNotes> notes_channel_;
-    std::uint64_t told_note_ = 0;  // main thread: the sequence of the last note told
     // Polling thread sets it (exchange) when it posts a delivery; the main thread clears it
     // (store) before it collects, and so does a delivery that Qt destroys undelivered.
     std::atomic<bool> delivery_pending_{false};
     std::unique_ptr<DeliveryEvent::Slot[]> delivery_slots_;
-    // Main thread: the pads that the running delivery collected, and whether a nested event loop
-    // of a user asked for another delivery while it ran.
+
+    // Polling thread only.
+    std::vector<GamepadState> input_states_;
+    std::vector<GamepadState> output_states_;
+    std::vector<WriterEntry> writers_;
+    QElapsedTimer refresh_timer_;
+    std::uint64_t transition_order_ = 0;  // counts the transitions of all pads
+    DeliveryNotes notes_;
+    bool notes_changed_ = false;
+    // The generation of the attached virtual pad and its index; 0 for none.
+    std::uint64_t attached_generation_ = 0;
+    std::size_t attached_pad_ = 0;
+
+    // Main thread only.
+    std::uint64_t next_writer_id_ = 1;  // 0 means no writer
+    std::uint64_t told_note_ = 0;       // the sequence of the last note told
+    // The pads that the running delivery collected, and whether a nested event loop of a user
+    // asked for another delivery while it ran.
     std::vector<bool> collected_;
     bool delivering_ = false;
     bool again_ = false;
-    // Polling thread: the generation of the attached virtual pad and its index; 0 for none.
-    std::uint64_t attached_generation_ = 0;
-    std::size_t attached_pad_ = 0;
 };
 
 }  // namespace gamepad

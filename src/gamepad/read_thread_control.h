@@ -24,13 +24,4 @@ struct ReadThreadControl {
     std::int32_t armed_rate = 0;
 };
 
-// The rate the timer gets armed for. A 0, which the panel never offers but a store can hold,
-// ticks like a 1: the thread neither divides by zero nor stalls, and 0 keeps meaning "not
-// armed" in armed_rate.
-std::int32_t armable_rate(std::int32_t rate) noexcept;
-
-// The timer period for a rate in ticks per second, in whole milliseconds: 1000 / rate, at least
-// 1, so that rates above 1000 and below 0 tick every millisecond.
-std::int32_t tick_period_ms(std::int32_t rate) noexcept;
-
 }  // namespace gamepad

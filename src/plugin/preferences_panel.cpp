@@ -6,6 +6,7 @@
 #include "backend/backend.h"
 #include "gamepad/game_impl.h"
 #include "gamepad/gamepad_impl.h"
+#include "gamepad/update_rate.h"
 #include "hostapi/host_wrappers.h"
 #include "nodes/pickers.h"
 #include "pluginstate/virtual_gamepad_status_label.h"
@@ -70,7 +71,8 @@ void build_feed_gamepad_controls(PluginState& state, ZestPanel panel) {
 }
 
 void zplugin_build_preferences(ZestPanel panel) {
-    zui_int(panel, "updatems", plugin_tr("Preferences.UpdateRate"), 240, 1, 1000);
+    zui_int(panel, "updatems", plugin_tr("Preferences.UpdateRate"), gamepad::default_update_rate,
+            gamepad::min_update_rate, gamepad::max_update_rate);
     zui_label(panel, " ", plugin_tr("Preferences.UpdateRateDescription"));
     build_virtual_gamepad_group(*plugin_state, panel);
 }

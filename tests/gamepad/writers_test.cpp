@@ -10,6 +10,7 @@
 #include "gamepad/feed_writer.h"
 #include "gamepad/noise_writer.h"
 #include "gamepad/simplex_noise.h"
+#include "gamepad/update_rate.h"
 #include "platform/monotonic_clock.h"
 
 namespace gamepad {
