@@ -35,6 +35,7 @@ public:
     ViGEmBackend() = default;
     // Main thread, after the polling thread has ended: takes down a pad still attached.
     ~ViGEmBackend() override;
+
     bool can_hide_feed_gamepad() override { return false; }
     void hide_feed_gamepad() override {}
 
