@@ -29,10 +29,13 @@ public:
     ~XInputBackend() override;
 
     std::size_t virtual_gamepad_count() override { return 0; }
-    // Unreachable here: this backend offers no virtual pad.
+
+    // Unreachable here, as this backend offers no virtual pad.
     QByteArray virtual_gamepad_name(std::size_t) override { return {}; }
-    std::uint32_t attach_virtual_gamepad(std::size_t, std::size_t&) override { return 1; }
-    QByteArray attach_error_text(std::size_t, std::uint32_t) override { return {}; }
+    AttachResult attach_virtual_gamepad(std::size_t, std::size_t&) override {
+        return AttachResult::SetUpFailed;
+    }
+    QByteArray attach_error_text(std::size_t, AttachResult) override { return {}; }
     void detach_virtual_gamepad(std::size_t) override {}
 
     std::size_t gamepad_count() override { return xinput_pad_count; }
@@ -45,13 +48,14 @@ public:
     ReadFlags read_gamepad(std::size_t pad, GamepadState& state) override;
     void write_gamepad(std::size_t pad, const GamepadState& state) override;
 
+    // Polling thread: the slot as the last read left it.
     const GamepadSlot& slot(std::size_t pad) const { return slots_[pad]; }
 
 protected:
     // The attribute table's row at `position` of the pad's present list.
     std::size_t row_at(std::size_t pad, std::size_t position) const;
 
-    std::array<GamepadSlot, xinput_pad_count> slots_;
+    std::array<GamepadSlot, xinput_pad_count> slots_;  // the polling thread's alone
 };
 
 // A signed 16-bit axis as -1.0 .. 1.0, both ends reached exactly.

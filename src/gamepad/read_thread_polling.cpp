@@ -85,15 +85,15 @@ void ReadThread::run_command(Command& command) {
         // replaces that pad, and the detach, when it comes, finds nothing of its generation.
         if (attached_generation_ != 0) backend_->detach_virtual_gamepad(attached_pad_);
         std::size_t gamepad = 0;
-        const std::uint32_t result = backend_->attach_virtual_gamepad(attach->kind, gamepad);
-        attached_generation_ = result == 0 ? attach->generation : 0;
+        const AttachResult result = backend_->attach_virtual_gamepad(attach->kind, gamepad);
+        const bool attached = result == AttachResult::Success;
+        attached_generation_ = attached ? attach->generation : 0;
         attached_pad_ = gamepad;
-        notes_.note_answer({.generation = attach->generation,
-                            .failed = result != 0,
-                            .gamepad = gamepad,
-                            .error = result == 0
-                                         ? QByteArray()
-                                         : backend_->attach_error_text(attach->kind, result)});
+        notes_.note_answer(
+            {.generation = attach->generation,
+             .failed = !attached,
+             .gamepad = gamepad,
+             .error = attached ? QByteArray() : backend_->attach_error_text(attach->kind, result)});
         notes_changed_ = true;
     } else if (const auto* detach = std::get_if<DetachVirtualGamepad>(&command)) {
         if (detach->generation != attached_generation_) return;

@@ -65,7 +65,7 @@ protected:
         backend->write_gamepad(pad, out);
     }
 
-    std::uint32_t attach(std::size_t& pad) { return backend->attach_virtual_gamepad(0, pad); }
+    AttachResult attach(std::size_t& pad) { return backend->attach_virtual_gamepad(0, pad); }
     std::uint64_t reports() { return zestsim::ioctl_calls(BUS_IOCTL_SUBMIT_X360_REPORT); }
 
     std::string last_log() const { return logged.lines().back(); }
@@ -192,7 +192,7 @@ TEST_F(ViGEmBackendTest, AttachFindsTheTargetBehindTheSentinelAndLogsEachStage) 
     zestsim::plug_pad(0, zestsim::Subtype::Gamepad);
     zestsim::plug_pad(1, zestsim::Subtype::Wheel);
     std::size_t pad = 9;
-    ASSERT_EQ(attach(pad), 0u);
+    ASSERT_EQ(attach(pad), AttachResult::Success);
     EXPECT_EQ(pad, 2u);
     EXPECT_EQ(last_log(), "info Gamepad: ViGEm target set up successfully as user 2");
     EXPECT_EQ(zestsim::target_report(1).thumb_lx, 0);  // the zero report after the sentinel
@@ -209,34 +209,37 @@ TEST_F(ViGEmBackendTest, AttachFindsTheTargetBehindTheSentinelAndLogsEachStage) 
     EXPECT_EQ(zestsim::plugged_targets(), 0u);
     EXPECT_TRUE(read(2).testFlag(ReadFlag::MetadataChanged));
     EXPECT_EQ(backend->gamepad_capabilities(2), GamepadCapabilities(9));
-    ASSERT_EQ(attach(pad), 0u);
-    ASSERT_EQ(attach(pad), 0u);  // a second attach replaces the first
+    ASSERT_EQ(attach(pad), AttachResult::Success);
+    ASSERT_EQ(attach(pad), AttachResult::Success);  // a second attach replaces the first
     EXPECT_EQ(zestsim::plugged_targets(), 1u);
 }
 
 TEST_F(ViGEmBackendTest, FailuresEndInTheirCodesWithNothingLeftPlugged) {
     std::size_t pad = 0;
     zestsim::set_bus_driver(false);
-    EXPECT_EQ(attach(pad), 2u);
+    EXPECT_EQ(attach(pad), AttachResult::DriverUnreachable);
     EXPECT_EQ(last_log(), "warning Gamepad: could not connect to ViGEm driver - error 0xe0000001");
     zestsim::set_bus_driver(true);
     zestsim::refuse_all_serials(true);
-    EXPECT_EQ(attach(pad), 3u);  // connected anew, then refused
+    EXPECT_EQ(attach(pad), AttachResult::TargetRefused);  // connected anew, then refused
     EXPECT_EQ(last_log(), "warning Gamepad: could not add ViGEm target - error 0xe0000002");
     zestsim::refuse_all_serials(false);
 
     zestsim::set_target_appearance(zestsim::Appearance::Never);
     QElapsedTimer clock;
     clock.start();
-    EXPECT_EQ(attach(pad), 1u);
+    EXPECT_EQ(attach(pad), AttachResult::SetUpFailed);
     EXPECT_GE(clock.elapsed(), 900);  // about a second of discovery
     EXPECT_EQ(last_log(), "warning Gamepad: could not discover ViGEm target: timed out");
     EXPECT_EQ(zestsim::plugged_targets(), 0u);
     backend->detach_virtual_gamepad(0);  // nothing attached: logged, and nothing else
     EXPECT_EQ(last_log(), "warning Gamepad: could not remove ViGEm target - error 0xe0000003");
-    EXPECT_EQ(backend->attach_error_text(0, 1), "VirtualGamepad.ErrorUnknown");
-    EXPECT_EQ(backend->attach_error_text(0, 2), "VirtualGamepad.ErrorNoDriver");
-    EXPECT_EQ(backend->attach_error_text(0, 3), "VirtualGamepad.ErrorNoFreeSlot");
+    EXPECT_EQ(backend->attach_error_text(0, AttachResult::SetUpFailed),
+              "VirtualGamepad.ErrorUnknown");
+    EXPECT_EQ(backend->attach_error_text(0, AttachResult::DriverUnreachable),
+              "VirtualGamepad.ErrorNoDriver");
+    EXPECT_EQ(backend->attach_error_text(0, AttachResult::TargetRefused),
+              "VirtualGamepad.ErrorNoFreeSlot");
 }
 
 // A target that the bus refuses to take back stays ours: switching on again takes it up rather
@@ -246,11 +249,11 @@ TEST_F(ViGEmBackendTest, FailuresEndInTheirCodesWithNothingLeftPlugged) {
 TEST_F(ViGEmBackendTest, ARefusedUnplugKeepsTheTargetUntilTheBusTakesItBack) {
     zestsim::plug_pad(0, Subtype::Gamepad);
     std::size_t pad = 0;
-    ASSERT_EQ(attach(pad), 0u);
+    ASSERT_EQ(attach(pad), AttachResult::Success);
     zestsim::refuse_requests(BUS_IOCTL_UNPLUG_TARGET, ERROR_GEN_FAILURE);
     backend->detach_virtual_gamepad(pad);
     EXPECT_EQ(last_log(), "warning Gamepad: could not remove ViGEm target - error 0xe0000004");
-    ASSERT_EQ(attach(pad), 0u);
+    ASSERT_EQ(attach(pad), AttachResult::Success);
     EXPECT_EQ(pad, 1u);
     EXPECT_EQ(zestsim::plugged_targets(), 1u);
     EXPECT_EQ(zestsim::ioctl_calls(BUS_IOCTL_PLUG_TARGET), 1u);
@@ -279,7 +282,7 @@ TEST_F(ViGEmBackendTest, ARefusedUnplugKeepsTheTargetUntilTheBusTakesItBack) {
         backend->refresh_gamepads();
     EXPECT_EQ(zestsim::plugged_targets(), 0u);
 
-    ASSERT_EQ(attach(pad), 0u);
+    ASSERT_EQ(attach(pad), AttachResult::Success);
     zestsim::refuse_requests(BUS_IOCTL_UNPLUG_TARGET, ERROR_GEN_FAILURE);
 }
 
@@ -321,9 +324,9 @@ TEST_F(ViGEmBackendTest, RumbleDuringDiscoveryIsKeptAndWritesGoOutOnce) {
         XInputSetState(static_cast<DWORD>(zestsim::target_user(1)), &motors);
     });
     std::size_t pad = 0;
-    const std::uint32_t result = attach(pad);
+    const AttachResult result = attach(pad);
     other_program.join();
-    ASSERT_EQ(result, 0u);
+    ASSERT_EQ(result, AttachResult::Success);
     zestsim::set_driver_delay(0);
     read(pad);  // the rumble came well before the attach ended
     EXPECT_EQ(state.values[21].as_motor(), 1.0);

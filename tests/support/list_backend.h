@@ -18,8 +18,10 @@ public:
 
     std::size_t virtual_gamepad_count() override { return 0; }
     QByteArray virtual_gamepad_name(std::size_t) override { return {}; }
-    std::uint32_t attach_virtual_gamepad(std::size_t, std::size_t&) override { return 1; }
-    QByteArray attach_error_text(std::size_t, std::uint32_t) override { return {}; }
+    gamepad::AttachResult attach_virtual_gamepad(std::size_t, std::size_t&) override {
+        return gamepad::AttachResult::SetUpFailed;
+    }
+    QByteArray attach_error_text(std::size_t, gamepad::AttachResult) override { return {}; }
     bool can_hide_feed_gamepad() override { return false; }
     void hide_feed_gamepad() override {}
     std::size_t gamepad_count() override { return pads_.size(); }

@@ -36,7 +36,7 @@ GamepadState ScriptedBackend::written(std::size_t pad) const {
 
 void ScriptedBackend::script_attach(std::uint32_t result, std::size_t pad) {
     std::lock_guard lock(mutex_);
-    attach_result_ = result;
+    attach_result_ = static_cast<AttachResult>(result);
     attach_pad_ = pad;
 }
 
@@ -51,7 +51,7 @@ ScriptedBackend::Held ScriptedBackend::at(const char* operation, std::size_t pad
     return {std::move(lock), pads_, pad};
 }
 
-std::uint32_t ScriptedBackend::attach_virtual_gamepad(std::size_t kind, std::size_t& pad) {
+AttachResult ScriptedBackend::attach_virtual_gamepad(std::size_t kind, std::size_t& pad) {
     const Held held = at("attach", kind);
     pad = attach_pad_;
     return attach_result_;

@@ -36,12 +36,14 @@ public:
     // The thread of the latest call that did not come from the maker's.
     std::thread::id last_caller() const;
     gamepad::GamepadState written(std::size_t pad) const;
+    // `result` is the raw code, so that a test can script one that no backend names.
     void script_attach(std::uint32_t result, std::size_t pad);
 
     std::size_t virtual_gamepad_count() override { return 1; }
     QByteArray virtual_gamepad_name(std::size_t) override { return "virtual"; }
-    std::uint32_t attach_virtual_gamepad(std::size_t kind, std::size_t& pad) override;
-    QByteArray attach_error_text(std::size_t, std::uint32_t code) override {
+    gamepad::AttachResult attach_virtual_gamepad(std::size_t kind, std::size_t& pad) override;
+    QByteArray attach_error_text(std::size_t, gamepad::AttachResult result) override {
+        const auto code = static_cast<std::uint32_t>(result);
         const Held held = at("attach_error_text", code);
         return "error " + QByteArray::number(code);
     }
@@ -84,7 +86,7 @@ private:
     bool recording_ = true;
     const std::thread::id maker_ = std::this_thread::get_id();
     std::thread::id last_caller_;
-    std::uint32_t attach_result_ = 0;
+    gamepad::AttachResult attach_result_ = gamepad::AttachResult::Success;
     std::size_t attach_pad_ = 0;
 };
 

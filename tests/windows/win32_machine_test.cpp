@@ -31,8 +31,8 @@ TEST_F(KitTest, EmptySlotsAreGenericDisconnectedPadsAndThereIsNoBus) {
         EXPECT_GT(backend->attribute_count(pad), 0u);
     }
     std::size_t virtual_pad = 0;
-    const std::uint32_t result = backend->attach_virtual_gamepad(0, virtual_pad);
-    EXPECT_NE(result, 0u);
+    const gamepad::AttachResult result = backend->attach_virtual_gamepad(0, virtual_pad);
+    EXPECT_NE(result, gamepad::AttachResult::Success);
     EXPECT_EQ(backend->attach_error_text(0, result),
               "The ViGEm bus driver is not installed or cannot be reached.");
     backend.reset();
