@@ -9,7 +9,7 @@
 #include "gamepad/gamepad_impl.h"
 #include "gamepad/gamepads.h"
 #include "hostapi/host_api.h"
-#include "nodes/node_kinds.h"
+#include "nodes/node_type_table.h"
 #include "records/attribute_type.h"
 #include "records/attribute_value.h"
 
@@ -23,7 +23,8 @@ double noise_frequency(gamepad::AttributeType kind, int slider);
 // panel pass; it is inert until the first. Main thread.
 class ActionNode : public QObject {
 public:
-    ActionNode(ZestNode node, gamepad::AttributeType kind, ActionMode mode);
+    // `type` is a row of node_type_table, with an ActionKind; it outlives the node.
+    ActionNode(ZestNode node, const NodeTypeRow& type);
     ~ActionNode() override;
 
     ZestNode node() const { return node_; }
@@ -46,6 +47,7 @@ private:
     std::int32_t firing_ms() const;
 
     ZestNode node_;
+    const NodeTypeRow& type_;
     gamepad::AttributeType kind_;
     ActionMode mode_;
     std::unique_ptr<gamepad::Gamepads> gamepads_;
