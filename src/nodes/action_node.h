@@ -17,7 +17,7 @@
 // 2^(3t - 4) with t = slider / 100, and t one higher for buttons, which flip rather than move.
 double noise_frequency(gamepad::AttributeType kind, int slider);
 
-// The seven action types: when fired, by an event or by Test in the panel, hold the selected
+// The action types: when fired, by an event or by Test in the panel, hold the selected
 // attribute of the selected pad at a value, or drive it by noise, until a deadline. The node
 // only hands a writer to the core. Its fields are working copies of the store, taken at each
 // panel pass; it is inert until the first. Main thread.

@@ -11,7 +11,7 @@
 #include "hostapi/host_api.h"
 #include "nodes/node_type_table.h"
 
-// The two event source types: sends an event to the node's children when the selected button
+// The event source types: sends an event to the node's children when the selected button
 // of the selected pad goes down (Press) or comes up (Release). Inert until its first panel
 // pass, which reads the selection from the store. Main thread.
 class ButtonEventNode : public QObject {

@@ -6,9 +6,11 @@
 #include "nodes/node_name.h"
 #include "records/attribute_type.h"
 
-// What sets the node types of one class apart.
+// Sets the event types apart: whether they tell of the button going down or coming up.
 enum class ButtonEventKind : std::uint32_t { Press = 0, Release = 1 };
+// Whether an action holds its attribute at a value or drives it by noise.
 enum class ActionMode : std::uint32_t { Constant = 0, Noise = 1 };
+// Sets the action types apart: which kind of attribute they drive, and how.
 struct ActionKind {
     gamepad::AttributeType attribute;
     ActionMode mode;
