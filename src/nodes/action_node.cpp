@@ -20,48 +20,6 @@ namespace {
 using gamepad::AttributeType;
 using gamepad::AttributeValue;
 
-NodeNameKeys name_keys(AttributeType kind, ActionMode mode) {
-    if (mode == ActionMode::Noise) {
-        switch (kind) {
-            case AttributeType::Button:
-                return {"RandomPressGamepadButtonNode.Name",
-                        "RandomPressGamepadButtonNode.Name.%1.%2"};
-            case AttributeType::Trigger:
-                return {"RandomPressGamepadTriggerNode.Name",
-                        "RandomPressGamepadTriggerNode.Name.%1.%2"};
-            case AttributeType::Stick:
-                return {"WiggleGamepadStickNode.Name", "WiggleGamepadStickNode.Name.%1.%2"};
-            case AttributeType::Motor:
-                break;  // no such type; named as the constant one
-        }
-    }
-    switch (kind) {
-        case AttributeType::Button:
-            return {"PressGamepadButtonNode.Name", "PressGamepadButtonNode.Name.%1.%2"};
-        case AttributeType::Trigger:
-            return {"PressGamepadTriggerNode.Name", "PressGamepadTriggerNode.Name.%1.%2"};
-        case AttributeType::Stick:
-            return {"MoveGamepadStickNode.Name", "MoveGamepadStickNode.Name.%1.%2"};
-        case AttributeType::Motor:
-            break;
-    }
-    return {"RumbleGamepadNode.Name", "RumbleGamepadNode.Name.%1.%2"};
-}
-
-const char* attribute_label_key(AttributeType kind) {
-    switch (kind) {
-        case AttributeType::Button:
-            return "PressGamepadButtonNode.Button";
-        case AttributeType::Trigger:
-            return "PressGamepadTriggerNode.Trigger";
-        case AttributeType::Stick:
-            return "MoveGamepadStickNode.Stick";
-        case AttributeType::Motor:
-            break;
-    }
-    return "RumbleGamepadNode.Motor";
-}
-
 // A percent slider's value as a fraction.
 double percent(ZestPanel panel, const char* key, const char* label_key, int default_value,
                int minimum, int step) {
@@ -76,8 +34,12 @@ double noise_frequency(AttributeType kind, int slider) {
     return std::exp2(t * 3.0 - 4.0);
 }
 
-ActionNode::ActionNode(ZestNode node, AttributeType kind, ActionMode mode)
-    : node_(node), kind_(kind), mode_(mode), gamepads_(plugin_state->game.impl().use()) {
+ActionNode::ActionNode(ZestNode node, const NodeTypeRow& type)
+    : node_(node),
+      type_(type),
+      kind_(std::get<ActionKind>(type.kind).attribute),
+      mode_(std::get<ActionKind>(type.kind).mode),
+      gamepads_(plugin_state->game.impl().use()) {
     test_timer_.setSingleShot(true);
     const auto invalidate = [node] { zest_node_invalidate_properties(node); };
     connect(gamepads_.get(), &gamepad::Gamepads::metadata_changed, this, invalidate);
@@ -91,7 +53,7 @@ ActionNode::~ActionNode() {
 }
 
 void ActionNode::get_name(char* buffer) const {
-    write_node_name(buffer, *gamepads_, gamepad_index_, attribute_index_, name_keys(kind_, mode_));
+    write_node_name(buffer, *gamepads_, gamepad_index_, attribute_index_, type_.name_keys);
 }
 
 void ActionNode::build_properties(ZestPanel panel) {
@@ -125,7 +87,7 @@ void ActionNode::build_selection(ZestPanel panel, std::int32_t& new_pad,
     new_pad = pick_writable_gamepad(panel, labels, values, *gamepads_, kind_);
     const gamepad::Gamepad* pad = gamepads_->gamepad(new_pad);
     if (pad == nullptr) return;
-    zui_label(panel, nullptr, plugin_tr(attribute_label_key(kind_)));
+    zui_label(panel, nullptr, plugin_tr(type_.attribute_label_key));
     new_attribute = pick_writable_attribute(panel, {pad, kind_, capabilities_of(*pad)});
 }
 

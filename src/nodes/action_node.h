@@ -9,7 +9,7 @@
 #include "gamepad/gamepad_impl.h"
 #include "gamepad/gamepads.h"
 #include "hostapi/host_api.h"
-#include "nodes/node_kinds.h"
+#include "nodes/node_type_table.h"
 #include "records/attribute_type.h"
 #include "records/attribute_value.h"
 
@@ -17,13 +17,14 @@
 // 2^(3t - 4) with t = slider / 100, and t one higher for buttons, which flip rather than move.
 double noise_frequency(gamepad::AttributeType kind, int slider);
 
-// The seven action types: when fired, by an event or by Test in the panel, hold the selected
+// The action types: when fired, by an event or by Test in the panel, hold the selected
 // attribute of the selected pad at a value, or drive it by noise, until a deadline. The node
 // only hands a writer to the core. Its fields are working copies of the store, taken at each
 // panel pass; it is inert until the first. Main thread.
 class ActionNode : public QObject {
 public:
-    ActionNode(ZestNode node, gamepad::AttributeType kind, ActionMode mode);
+    // `type` is a row of node_type_table, with an ActionKind; it outlives the node.
+    ActionNode(ZestNode node, const NodeTypeRow& type);
     ~ActionNode() override;
 
     ZestNode node() const { return node_; }
@@ -46,6 +47,7 @@ private:
     std::int32_t firing_ms() const;
 
     ZestNode node_;
+    const NodeTypeRow& type_;
     gamepad::AttributeType kind_;
     ActionMode mode_;
     std::unique_ptr<gamepad::Gamepads> gamepads_;

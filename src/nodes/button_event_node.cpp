@@ -7,21 +7,13 @@
 #include "nodes/pickers.h"
 #include "pluginstate/plugin_state.h"
 
-namespace {
-
 using gamepad::AttributeType;
 
-NodeNameKeys name_keys(ButtonEventKind kind) {
-    if (kind == ButtonEventKind::Press) {
-        return {"OnGamepadButtonPressNode.Name", "OnGamepadButtonPressNode.Name.%1.%2"};
-    }
-    return {"OnGamepadButtonReleaseNode.Name", "OnGamepadButtonReleaseNode.Name.%1.%2"};
-}
-
-}  // namespace
-
-ButtonEventNode::ButtonEventNode(ZestNode node, ButtonEventKind kind)
-    : node_(node), kind_(kind), gamepads_(plugin_state->game.impl().use()) {
+ButtonEventNode::ButtonEventNode(ZestNode node, const NodeTypeRow& type)
+    : node_(node),
+      type_(type),
+      kind_(std::get<ButtonEventKind>(type.kind)),
+      gamepads_(plugin_state->game.impl().use()) {
     // Any pad's new metadata can move or bring back the selection: the host rebuilds the panel.
     connect(
         gamepads_.get(), &gamepad::Gamepads::metadata_changed, this,
@@ -31,7 +23,7 @@ ButtonEventNode::ButtonEventNode(ZestNode node, ButtonEventKind kind)
 ButtonEventNode::~ButtonEventNode() = default;
 
 void ButtonEventNode::get_name(char* buffer) const {
-    write_node_name(buffer, *gamepads_, gamepad_index_, attribute_index_, name_keys(kind_));
+    write_node_name(buffer, *gamepads_, gamepad_index_, attribute_index_, type_.name_keys);
 }
 
 void ButtonEventNode::build_properties(ZestPanel panel) {
@@ -42,7 +34,7 @@ void ButtonEventNode::build_properties(ZestPanel panel) {
         pick_readable_gamepad(panel, labels, values, *gamepads_, AttributeType::Button);
     gamepad::Gamepad* pad = gamepads_->gamepad(gamepad_index_);
     if (pad != nullptr) {
-        zui_label(panel, nullptr, plugin_tr("OnGamepadButtonNode.Button"));
+        zui_label(panel, nullptr, plugin_tr(type_.attribute_label_key));
         attribute_index_ =
             pick_readable_attribute(panel, {pad, AttributeType::Button, capabilities_of(*pad)});
     }

@@ -9,14 +9,15 @@
 #include "gamepad/gamepad.h"
 #include "gamepad/gamepads.h"
 #include "hostapi/host_api.h"
-#include "nodes/node_kinds.h"
+#include "nodes/node_type_table.h"
 
-// The two event source types: sends an event to the node's children when the selected button
+// The event source types: sends an event to the node's children when the selected button
 // of the selected pad goes down (Press) or comes up (Release). Inert until its first panel
 // pass, which reads the selection from the store. Main thread.
 class ButtonEventNode : public QObject {
 public:
-    ButtonEventNode(ZestNode node, ButtonEventKind kind);
+    // `type` is a row of node_type_table, with a ButtonEventKind; it outlives the node.
+    ButtonEventNode(ZestNode node, const NodeTypeRow& type);
     ~ButtonEventNode() override;
 
     ZestNode node() const { return node_; }
@@ -30,6 +31,7 @@ private:
     void follow(gamepad::Gamepad* pad);
 
     ZestNode node_;
+    const NodeTypeRow& type_;
     ButtonEventKind kind_;
     std::unique_ptr<gamepad::Gamepads> gamepads_;
     gamepad::Gamepad* connected_gamepad_ = nullptr;  // belongs to gamepads_

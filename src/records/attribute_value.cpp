@@ -6,38 +6,32 @@ namespace gamepad {
 
 namespace {
 
-// Start from all-zero bytes so that unused payload bytes are zero too.
-AttributeValue zeroed(AttributeValue::Kind kind) noexcept {
+// Starts from all-zero bytes so that the payload bytes `member` leaves unused are zero too.
+template <auto member, typename Payload>
+AttributeValue made(AttributeValue::Kind kind, Payload payload) noexcept {
     AttributeValue value;
     std::memset(&value, 0, sizeof value);
     value.kind = kind;
+    value.payload.*member = payload;
     return value;
 }
 
 }  // namespace
 
 AttributeValue AttributeValue::make_button(bool pressed) noexcept {
-    AttributeValue value = zeroed(Kind::Button);
-    value.payload.button = pressed;
-    return value;
+    return made<&Payload::button>(Kind::Button, pressed);
 }
 
 AttributeValue AttributeValue::make_trigger(double amount) noexcept {
-    AttributeValue value = zeroed(Kind::Trigger);
-    value.payload.trigger = amount;
-    return value;
+    return made<&Payload::trigger>(Kind::Trigger, amount);
 }
 
 AttributeValue AttributeValue::make_stick(StickValue stick) noexcept {
-    AttributeValue value = zeroed(Kind::Stick);
-    value.payload.stick = stick;
-    return value;
+    return made<&Payload::stick>(Kind::Stick, stick);
 }
 
 AttributeValue AttributeValue::make_motor(double speed) noexcept {
-    AttributeValue value = zeroed(Kind::Motor);
-    value.payload.motor = speed;
-    return value;
+    return made<&Payload::motor>(Kind::Motor, speed);
 }
 
 }  // namespace gamepad

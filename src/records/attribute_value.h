@@ -27,6 +27,7 @@ struct AttributeValue {
         double motor;
     } payload;
 
+    // Each fills the payload of its kind and leaves the bytes that kind does not use zero.
     static AttributeValue make_button(bool pressed) noexcept;
     static AttributeValue make_trigger(double amount) noexcept;
     static AttributeValue make_stick(StickValue stick) noexcept;

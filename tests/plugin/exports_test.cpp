@@ -86,7 +86,7 @@ TEST_F(PluginTest, DescribesItselfWithItsIconAndRegistersTheNineTypesInOrder) {
         const hostkit::RegisteredNodeType& type = registry.types()[i];
         EXPECT_EQ((std::vector{type.id, type.name, type.category}),
                   (std::vector{"io.zestworks.gamepad." + table[i][0], table[i][1], table[i][2]}));
-        EXPECT_EQ(type.type_code(nullptr), i < 2 ? 41 : 35) << type.id;  // event or action
+        EXPECT_EQ(type.type_code(nullptr), table[i][2] == "Gamepad Events" ? 41 : 35) << type.id;
         EXPECT_EQ(type.reserved, nullptr);
         EXPECT_TRUE(type.destroy == first.destroy && type.after_load == first.after_load &&
                     type.before_save == first.before_save)

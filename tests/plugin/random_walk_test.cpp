@@ -23,10 +23,7 @@ constexpr auto slack = 300ms;  // a few ticks on a slow machine, either side of 
 // pause doubling up to 16 of them.
 constexpr auto unplug_backoff = 20s;
 
-const std::array<std::string, 9> node_types{
-    "onbuttonpress",     "onbuttonrelease", "pressgamepadbutton",       "pressgamepadtrigger",
-    "movegamepadstick",  "rumblegamepad",   "randompressgamepadbutton", "randompressgamepadtrigger",
-    "wigglegamepadstick"};
+const std::string type_prefix = "io.zestworks.gamepad.";
 const std::array<Subtype, 5> subtypes{Subtype::Gamepad, Subtype::Wheel, Subtype::FlightStick,
                                       Subtype::Guitar, Subtype::DrumKit};
 const std::map<std::string, std::uint16_t> buttons{{"button_a", 0x1000}, {"button_b", 0x2000}};
@@ -155,9 +152,9 @@ protected:
 
     void add_node() {
         if (nodes_.size() == 8) return;
-        WalkNode& node = nodes_.emplace_back(next_id_++, -1, any_of(node_types));
-        const std::string id = "io.zestworks.gamepad." + node.type;
-        node.host = std::make_unique<HostNode>(id, *types_->find(id));
+        const hostkit::RegisteredNodeType& type = any_of(types_->types());
+        WalkNode& node = nodes_.emplace_back(next_id_++, -1, type.id.substr(type_prefix.size()));
+        node.host = std::make_unique<HostNode>(type.id, type);
         node.host->node.child_sink().set_listener([this, id = node.id] { told_by_.push_back(id); });
         note("add " + describe(node));
         node.host->build();
