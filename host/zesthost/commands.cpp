@@ -15,6 +15,9 @@ namespace zesthost {
 namespace {
 
 constexpr int default_wait_ms = 5000;
+// How long `set` waits for a list to offer an entry: the plug-in fills some lists a moment
+// after the panel shows them (the pads, as it finds them).
+constexpr int list_wait_ms = 1000;
 constexpr const char* type_prefix = "io.zestworks.gamepad.";
 
 std::optional<int> to_int(const std::string& text) {
@@ -85,6 +88,15 @@ std::optional<hostkit::Store::Value> control_value(const hostkit::Control* contr
     if (whole) return *whole;
     if (fraction) return *fraction;
     return text;
+}
+
+// The entries a list offers, for a message.
+std::string entries_of(const hostkit::Control& list) {
+    if (list.entries.empty()) return " (its list is empty)";
+    std::string text;
+    for (const hostkit::ListEntry& entry : list.entries)
+        text += (text.empty() ? " (its entries: \"" : ", \"") + entry.label + "\"";
+    return text + ")";
 }
 
 bool shows(const hostkit::Panel& panel, const std::string& text) {
@@ -272,9 +284,22 @@ bool Commands::connect(const Args& args) {
 bool Commands::set_value(const Args& args) {
     hostkit::Panel* panel = panel_named(args[1]);
     if (panel == nullptr) return false;
-    const std::optional<hostkit::Store::Value> value =
-        control_value(panel->find_key(args[2]), args[3]);
-    if (!value) return fail("\"" + args[3] + "\" doesn't fit the control " + args[2]);
+    std::optional<hostkit::Store::Value> value;
+    const hostkit::Control* control = nullptr;
+    const auto fits = [&] {
+        control = panel->find_key(args[2]);
+        value = control_value(control, args[3]);
+        return value.has_value();
+    };
+    // As a person would, waits a moment for a list to offer the entry.
+    if (!fits() && control != nullptr && control->kind == hostkit::ControlKind::List) {
+        session_.run_until(fits, list_wait_ms);
+    }
+    if (!value) {
+        const bool list = control != nullptr && control->kind == hostkit::ControlKind::List;
+        return fail("\"" + args[3] + "\" doesn't fit the control " + args[2] +
+                    (list ? entries_of(*control) : ""));
+    }
     panel->script_value(args[2], *value);
     rebuild(args[1]);
     return true;
