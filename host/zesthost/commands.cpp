@@ -519,10 +519,12 @@ void Commands::rebuild(const std::string& name) {
     if (hostkit::Panel* panel = panel_named(name)) session_.rebuild(*panel);
 }
 
+// Below the current folder, relative to it: the trace shows the name, not the machine's folders.
 std::string Commands::path_of(const std::string& name) const {
-    return QDir(QString::fromStdString(directory_))
-        .absoluteFilePath(QString::fromStdString(name))
-        .toStdString();
+    const QString path =
+        QDir(QString::fromStdString(directory_)).absoluteFilePath(QString::fromStdString(name));
+    const QString relative = QDir::current().relativeFilePath(path);
+    return (relative.startsWith(QStringLiteral("..")) ? path : relative).toStdString();
 }
 
 }  // namespace zesthost

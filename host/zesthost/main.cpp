@@ -38,7 +38,7 @@ struct WindowOptions {
 
 bool run_window(zesthost::Session& session, const WindowOptions& options) {
     zestgui::MainWindow window(session);
-    window.resize(1100, 700);
+    window.resize(1280, 820);
     window.show();
     bool passed = options.graph.empty() || window.load(options.graph);
     if (!options.scenario.empty()) {
