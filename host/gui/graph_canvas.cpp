@@ -70,20 +70,24 @@ void GraphCanvas::rebuild() {
     const auto& graph = session_.graph().nodes();
     std::map<const zesthost::GraphNode*, NodeItem*> items;
     std::vector<NodeItem*> unplaced;
+    std::vector<QRectF> used;
     for (const auto& node : graph) {
-        const bool placed = node->place.has_value();
         auto* item = new NodeItem(*node, QString::fromStdString(node->type.name));
         if (const auto light = lights.find(item->objectName()); light != lights.end())
             item->light_until(light->second);
         scene_.addItem(item);
         items[node.get()] = item;
         nodes_.push_back(item);
-        if (!placed) unplaced.push_back(item);
+        if (node->place) {
+            used.emplace_back(item->pos(), QSizeF(NodeItem::width, NodeItem::height));
+        } else {
+            unplaced.push_back(item);
+        }
     }
     const std::vector<int> column = columns();
     for (NodeItem* item : unplaced) {
         const auto index = std::find(nodes_.begin(), nodes_.end(), item) - nodes_.begin();
-        place(*item, column[static_cast<std::size_t>(index)]);
+        lay_out(*item, column[static_cast<std::size_t>(index)], used);
     }
     for (const auto& node : graph) {
         for (const zesthost::GraphNode* child : node->children) {
@@ -94,7 +98,8 @@ void GraphCanvas::rebuild() {
     select(chosen.toStdString());
     if (selected() == nullptr && !nodes_.empty()) nodes_.front()->setSelected(true);
     scene_.blockSignals(false);
-    if (nodes_.size() != shown_count_) fit();
+    const QRectF shown = mapToScene(viewport()->rect()).boundingRect();
+    if (nodes_.size() != shown_count_ || !shown.contains(scene_.itemsBoundingRect())) fit();
     shown_count_ = nodes_.size();
 }
 
@@ -123,24 +128,20 @@ std::vector<int> GraphCanvas::columns() const {
 }
 
 // The first free row of the node's column.
-void GraphCanvas::place(NodeItem& item, int column) {
+void GraphCanvas::lay_out(NodeItem& item, int column, std::vector<QRectF>& used) {
     const double x = column * (NodeItem::width + column_gap);
     for (double y = 0.0;; y += NodeItem::height + row_gap) {
         const QRectF wanted(x, y, NodeItem::width, NodeItem::height);
-        const bool taken = std::any_of(nodes_.begin(), nodes_.end(), [&](const NodeItem* other) {
-            return other != &item && other->node().place &&
-                   wanted.intersects(
-                       QRectF(other->pos(), QSizeF(NodeItem::width, NodeItem::height)));
-        });
-        if (!taken) {
-            item.node().place = zesthost::Place{x, y};  // setPos tells only of a move
-            item.setPos(x, y);
+        if (std::none_of(used.begin(), used.end(),
+                         [&](const QRectF& taken) { return wanted.intersects(taken); })) {
+            item.lay_out(wanted.topLeft());
+            used.push_back(wanted);
             return;
         }
     }
 }
 
-// The whole graph in view, shrunk if it must be.
+// The whole graph in view, shrunk if it must be; if it still can't be, its top left.
 void GraphCanvas::fit() {
     const QRectF bounds = scene_.itemsBoundingRect().adjusted(-20.0, -20.0, 20.0, 20.0);
     resetTransform();
@@ -149,6 +150,7 @@ void GraphCanvas::fit() {
         {1.0, viewport()->width() / bounds.width(), viewport()->height() / bounds.height()});
     if (scale < 1.0) this->scale(std::max(scale, smallest_scale), std::max(scale, smallest_scale));
     centerOn(bounds.center());
+    ensureVisible(QRectF(bounds.topLeft(), QSizeF(1.0, 1.0)), 0, 0);  // where events start
 }
 
 zesthost::GraphNode* GraphCanvas::selected() const {

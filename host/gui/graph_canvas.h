@@ -18,9 +18,9 @@ class WireItem;
 
 // The graph drawn as a graph: a box for each node, a wire for each edge. A wire is made by
 // dragging from a node's child side (right) onto another node, and removed by selecting it and
-// pressing Delete; nodes move by dragging, and keep their place in the graph. Nodes without a
-// place go in columns by their distance from the nodes nothing sends to. The keyboard: arrows
-// go from node to node, Delete removes the selection. Named "graph", for tests.
+// pressing Delete; nodes move by dragging, and keep their place in the graph. Nodes never moved
+// are laid out anew in columns, by their distance from the nodes nothing sends to. The keyboard:
+// arrows go from node to node, Delete removes the selection. Named "graph", for tests.
 class GraphCanvas : public QGraphicsView {
 public:
     explicit GraphCanvas(zesthost::Session& session, QWidget* parent = nullptr);
@@ -47,7 +47,7 @@ protected:
 
 private:
     void rebuild();
-    void place(NodeItem& item, int column);
+    void lay_out(NodeItem& item, int column, std::vector<QRectF>& used);
     std::vector<int> columns() const;
     NodeItem* node_at(QPointF scene_point) const;
     // Selects the nearest node in the direction (dx, dy) from the selected one.

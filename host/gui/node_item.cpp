@@ -63,6 +63,12 @@ void NodeItem::refresh(Clock::time_point now) {
     }
 }
 
+void NodeItem::lay_out(QPointF where) {
+    laying_out_ = true;
+    setPos(where);
+    laying_out_ = false;
+}
+
 QPointF NodeItem::parent_side() const {
     return mapToScene(QPointF(0.0, height / 2));
 }
@@ -120,7 +126,7 @@ void NodeItem::paint(QPainter* painter, const QStyleOptionGraphicsItem*, QWidget
 
 QVariant NodeItem::itemChange(GraphicsItemChange change, const QVariant& value) {
     if (change == ItemPositionHasChanged) {
-        node_.place = zesthost::Place{pos().x(), pos().y()};
+        if (!laying_out_) node_.place = zesthost::Place{pos().x(), pos().y()};
         for (WireItem* wire : wires_)
             wire->follow();
     }

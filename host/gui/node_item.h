@@ -16,7 +16,7 @@ class WireItem;
 // where a wire is dragged from to send its events on). A bypassed node is drawn faded and
 // dashed. A node that fires or passes an event on is lit for a moment, fading, so that an event
 // can be followed through the graph by eye; its "lit" property says so, for tests. Named after
-// the node. Its place is the node's: moving it moves the node.
+// the node. Its place is the node's once it was moved (or the file gave one).
 class NodeItem : public QGraphicsObject {
 public:
     using Clock = std::chrono::steady_clock;
@@ -40,6 +40,8 @@ public:
     QPointF child_side() const;
     bool on_child_side(QPointF scene_point) const;
     void add_wire(WireItem* wire) { wires_.push_back(wire); }
+    // Where the canvas puts a node that has no place: the node keeps none, until it is moved.
+    void lay_out(QPointF where);
 
     QRectF boundingRect() const override;
     void paint(QPainter* painter, const QStyleOptionGraphicsItem* option, QWidget* widget) override;
@@ -53,6 +55,7 @@ private:
     const QString type_name_;
     QString shown_name_;
     bool shown_bypassed_ = false;
+    bool laying_out_ = false;
     std::size_t events_seen_;
     Clock::time_point lit_until_{};
     double glow_ = 0.0;
