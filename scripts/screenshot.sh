@@ -8,8 +8,10 @@ cd "$(dirname "$0")/.."
 preset=${ZEST_PRESET:-release}
 bash scripts/setup.sh
 cmake --preset "$preset" >/dev/null
-cmake --build --preset "$preset" --target zesthost
+cmake --build --preset "$preset" --target zesthost table_bench
 # Paths relative to the repository, so that the picture shows none of this machine's folders.
 QT_QPA_PLATFORM=offscreen "build/$preset/host/zesthost" gui \
     --run scripts/screenshot.scenario --screenshot docs/zesthost-gui.png
 echo "screenshot: docs/zesthost-gui.png"
+"build/$preset/bench/table_bench" --latency-only --picture docs/latency.png
+echo "latency picture: docs/latency.png"

@@ -144,7 +144,8 @@ std::string Commands::help() {
   bypass NAME on|off           a bypassed node passes events on without acting
   set PANEL KEY VALUE          set a control as a user would, then rebuild the panel;
                                PANEL is a node's name or "preferences"; a list takes an
-                               entry's label or value
+                               entry's label or value, and waits up to a second for the
+                               entry to appear (the pads fill in a moment)
   click PANEL LABEL            click a button of the panel
   confirm                      confirm the preferences (the update rate takes effect)
   fire NAME                    send an event to the node from outside
