@@ -56,7 +56,7 @@ public:
         painter_.drawText(QRectF(plot.left(), plot.bottom() + 24.0, plot.width(), 18.0),
                           Qt::AlignCenter,
                           QStringLiteral("press to event, µs (bins of %1 µs)").arg(bin_us));
-        painter_.drawText(QRectF(0.0, plot.top() - 40.0, plot.left() + 40.0, 18.0),
+        painter_.drawText(QRectF(6.0, plot.top() - 40.0, plot.left() + 40.0, 18.0),
                           Qt::AlignLeft | Qt::AlignVCenter, QStringLiteral("share of presses"));
         for (int share = 0; share <= static_cast<int>(top_share_); share += 2) {
             const QPointF tick = at(0.0, share);

@@ -38,7 +38,6 @@ NodeItem::NodeItem(zesthost::GraphNode& node, QString type_name)
     setObjectName(QString::fromStdString(node.name));
     setFlags(ItemIsMovable | ItemIsSelectable | ItemIsFocusable | ItemSendsGeometryChanges);
     setAcceptHoverEvents(true);
-    setToolTip(QStringLiteral("Drag from the right side to another node to send its events on"));
     setProperty("lit", false);
     if (node.place) setPos(node.place->x, node.place->y);
 }
@@ -56,6 +55,9 @@ void NodeItem::refresh(Clock::time_point now) {
     glow_ = glow;
     shown_name_ = name;
     shown_bypassed_ = node_.bypassed;
+    setToolTip(
+        name + QStringLiteral("\n") + type_name_ +
+        QStringLiteral("\nDrag from the right side onto another node to send its events on"));
     setProperty("lit", glow_ > 0.0);
     update();
     for (WireItem* wire : wires_) {
