@@ -7,8 +7,11 @@
 //   - the polling thread's CPU time per tick as the writers grow, against a fitted line;
 //   - allocations per tick once warm.
 // Run it with `bash scripts/bench.sh`; figures are medians, so a busy machine moves them less.
+// With --picture PNG it also draws the two press-to-event distributions of this run; with
+// --latency-only it measures nothing else (scripts/screenshot.sh).
 
 #include <QCoreApplication>
+#include <QGuiApplication>
 
 #include <algorithm>
 #include <cmath>
@@ -25,6 +28,7 @@
 #include "cpu_share.h"
 #include "exchange_round_trip.h"
 #include "kit/kit.h"
+#include "latency_picture.h"
 #include "press_latency.h"
 #include "report_table.h"
 #include "thread_clock.h"
@@ -47,13 +51,13 @@ std::string first_line_with(const char* path, const std::string& prefix) {
     return {};
 }
 
-void print_machine() {
+std::string machine() {
     std::string model = first_line_with("/proc/cpuinfo", "model name");
     model = model.substr(model.find(':') == std::string::npos ? 0 : model.find(':') + 2);
     std::string load;
     std::getline(std::ifstream("/proc/loadavg"), load);
-    std::printf("Machine: %s, %u cores; load average at the start %s\n\n", model.c_str(),
-                std::thread::hardware_concurrency(), load.substr(0, load.find(' ')).c_str());
+    return format("Machine: %s, %u cores; load average at the start %s", model.c_str(),
+                  std::thread::hardware_concurrency(), load.substr(0, load.find(' ')).c_str());
 }
 
 std::string ratio_text(double ours, double peer) {
@@ -164,6 +168,8 @@ public:
                    "",
                    "",
                    {}});
+        samples_ = {{"io.zestworks.gamepad", ours.latencies_us},
+                    {"bare 1 kHz poller (peer)", peer.latencies_us}};
         table.add({"presses doubled",
                    format("%d of %d", ours.doubled, ours.presses),
                    format("%d of %d", peer.doubled, peer.presses),
@@ -171,6 +177,8 @@ public:
                    "",
                    {}});
     }
+
+    const std::vector<LatencySample>& latency_samples() const { return samples_; }
 
     void add_cpu(ReportTable& table) {
         const pid_t ours = find_thread(polling_thread_name);
@@ -224,6 +232,7 @@ private:
     BarePoller bare_{[this](bool pressed) {
         if (pressed) peer_.arrived();
     }};
+    std::vector<LatencySample> samples_;
 };
 
 void ignore_messages(QtMsgType, const QMessageLogContext&, const QString&) {}
@@ -232,22 +241,48 @@ void ignore_messages(QtMsgType, const QMessageLogContext&, const QString&) {}
 }  // namespace bench
 
 int main(int argc, char** argv) {
-    QCoreApplication app(argc, argv);
+    std::string picture;
+    bool latency_only = false;
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        if (arg == "--picture" && i + 1 < argc) {
+            picture = argv[++i];
+        } else if (arg == "--latency-only") {
+            latency_only = true;
+        } else {
+            std::fprintf(stderr, "usage: table_bench [--picture PNG] [--latency-only]\n");
+            return 2;
+        }
+    }
+    // Drawing text takes a QGuiApplication, and no screen.
+    if (!picture.empty() && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    const std::unique_ptr<QCoreApplication> app =
+        picture.empty() ? std::make_unique<QCoreApplication>(argc, argv)
+                        : std::make_unique<QGuiApplication>(argc, argv);
     qInstallMessageHandler(bench::ignore_messages);
     if (!hostkit::load_translations(ZEST_ENGLISH_TABLE)) {
         std::fprintf(stderr, "table_bench: can't read %s\n", ZEST_ENGLISH_TABLE);
         return 1;
     }
-    bench::print_machine();
+    const std::string machine = bench::machine();
+    std::printf("%s\n\n", machine.c_str());
     bench::ReportTable table;
     try {
         {
             bench::HostRun host;
             host.add_latency(table);
-            host.add_cpu(table);
+            const std::string note = latency_only ? machine + "; the latency part alone" : machine;
+            if (!picture.empty() &&
+                !bench::draw_latency_picture(host.latency_samples(), note, picture)) {
+                throw std::runtime_error("can't write " + picture);
+            }
+            if (!latency_only) host.add_cpu(table);
         }
-        bench::add_round_trips(table);
-        bench::add_tick_scaling(table);
+        if (!latency_only) {
+            bench::add_round_trips(table);
+            bench::add_tick_scaling(table);
+        }
     } catch (const std::exception& error) {
         std::fprintf(stderr, "table_bench: %s\n", error.what());
         return 1;

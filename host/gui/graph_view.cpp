@@ -4,12 +4,11 @@
 #include <QComboBox>
 #include <QGroupBox>
 #include <QHBoxLayout>
-#include <QLabel>
-#include <QListWidget>
 #include <QPushButton>
-#include <QStringList>
+#include <QSplitter>
 #include <QVBoxLayout>
 
+#include "gui/graph_canvas.h"
 #include "gui/panel_view.h"
 
 namespace zestgui {
@@ -36,9 +35,8 @@ std::string free_name(const zesthost::Graph& graph, const std::string& type_id) 
 GraphView::GraphView(zesthost::Session& session, QWidget* parent)
     : QWidget(parent),
       session_(session),
-      nodes_(named(new QListWidget(this), "nodes")),
+      canvas_(new GraphCanvas(session, this)),
       types_(named(new QComboBox(this), "types")),
-      targets_(named(new QComboBox(this), "targets")),
       bypassed_(named(new QCheckBox(QStringLiteral("Bypassed"), this), "bypassed")),
       fire_(named(new QPushButton(QStringLiteral("Fire"), this), "fire")),
       delete_(named(new QPushButton(QStringLiteral("Delete"), this), "delete")),
@@ -46,30 +44,28 @@ GraphView::GraphView(zesthost::Session& session, QWidget* parent)
     for (const hostkit::RegisteredNodeType& type : session.registry().types())
         types_->addItem(QString::fromStdString(type.name), QString::fromStdString(type.id));
     auto* add = named(new QPushButton(QStringLiteral("Add"), this), "add");
-    auto* link = named(new QPushButton(QStringLiteral("Connect"), this), "connect");
+    fire_->setToolTip(QStringLiteral("Send the selected node an event, as the host would"));
 
     auto* layout = new QVBoxLayout(this);
-    auto* adding = new QHBoxLayout;
-    adding->addWidget(types_, 1);
-    adding->addWidget(add);
-    layout->addLayout(adding);
-    layout->addWidget(nodes_, 1);
-    auto* linking = new QHBoxLayout;
-    linking->addWidget(new QLabel(QStringLiteral("Events to"), this));
-    linking->addWidget(targets_, 1);
-    linking->addWidget(link);
-    layout->addLayout(linking);
-    auto* acting = new QHBoxLayout;
-    acting->addWidget(bypassed_);
-    acting->addWidget(fire_);
-    acting->addWidget(delete_);
-    layout->addLayout(acting);
-    layout->addWidget(properties_, 2);
+    layout->setContentsMargins(0, 0, 0, 0);
+    auto* tools = new QHBoxLayout;
+    tools->addWidget(types_, 1);
+    tools->addWidget(add);
+    tools->addSpacing(12);
+    tools->addWidget(bypassed_);
+    tools->addWidget(fire_);
+    tools->addWidget(delete_);
+    layout->addLayout(tools);
+    auto* split = new QSplitter(Qt::Horizontal, this);
+    split->addWidget(canvas_);
+    split->addWidget(properties_);
+    split->setStretchFactor(0, 1);
+    layout->addWidget(split, 1);
     new QVBoxLayout(properties_);
+    properties_->setMinimumWidth(240);
 
     connect(add, &QPushButton::clicked, this, &GraphView::add_node);
-    connect(link, &QPushButton::clicked, this, &GraphView::connect_selected);
-    connect(delete_, &QPushButton::clicked, this, &GraphView::delete_selected);
+    connect(delete_, &QPushButton::clicked, canvas_, &GraphCanvas::remove_selected);
     connect(fire_, &QPushButton::clicked, this, [this] {
         if (zesthost::GraphNode* node = selected()) session_.graph().send(*node);
     });
@@ -77,55 +73,31 @@ GraphView::GraphView(zesthost::Session& session, QWidget* parent)
         if (zesthost::GraphNode* node = selected()) node->bypassed = on;
         refresh();
     });
-    connect(nodes_, &QListWidget::currentRowChanged, this, &GraphView::show_selected);
-    refresh();
-}
-
-void GraphView::reload() {
-    shown_changes_ = session_.graph().changes();
-    const QString current =
-        nodes_->currentItem() ? nodes_->currentItem()->data(Qt::UserRole).toString() : QString();
-    // The nodes the panel showed may be gone, and new ones made at their addresses.
-    delete panel_;
-    panel_ = nullptr;
-    nodes_->blockSignals(true);
-    nodes_->clear();
-    targets_->clear();
-    for (const auto& node : session_.graph().nodes()) {
-        auto* item = new QListWidgetItem(nodes_);
-        item->setData(Qt::UserRole, QString::fromStdString(node->name));
-        targets_->addItem(QString::fromStdString(node->name));
-    }
-    nodes_->blockSignals(false);
-    select(current.toStdString());
-    if (nodes_->currentRow() < 0 && nodes_->count() > 0) nodes_->setCurrentRow(0);
-    show_selected();
+    connect(canvas_->scene(), &QGraphicsScene::selectionChanged, this, &GraphView::show_selected);
+    canvas_->on_remove_node([this](zesthost::GraphNode& node) { remove_node(node); });
     refresh();
 }
 
 void GraphView::refresh() {
-    if (session_.graph().changes() != shown_changes_) reload();
-    for (int row = 0; row < nodes_->count(); ++row) {
-        QListWidgetItem* item = nodes_->item(row);
-        const zesthost::GraphNode* node =
-            session_.graph().find(item->data(Qt::UserRole).toString().toStdString());
-        if (node != nullptr) item->setText(describe(*node));
+    if (session_.graph().changes() != shown_changes_) {
+        shown_changes_ = session_.graph().changes();
+        // The node the panel showed may be gone, and a new one made at its address.
+        delete panel_;
+        panel_ = nullptr;
+        canvas_->refresh();
+        show_selected();
+    } else {
+        canvas_->refresh();
     }
     if (panel_ != nullptr) panel_->sync();
 }
 
 void GraphView::select(const std::string& name) {
-    for (int row = 0; row < nodes_->count(); ++row) {
-        if (nodes_->item(row)->data(Qt::UserRole).toString().toStdString() == name)
-            nodes_->setCurrentRow(row);
-    }
+    canvas_->select(name);
 }
 
 zesthost::GraphNode* GraphView::selected() const {
-    const QListWidgetItem* item = nodes_->currentItem();
-    return item == nullptr
-               ? nullptr
-               : session_.graph().find(item->data(Qt::UserRole).toString().toStdString());
+    return canvas_->selected();
 }
 
 void GraphView::add_node() {
@@ -137,22 +109,11 @@ void GraphView::add_node() {
     select(name);
 }
 
-void GraphView::connect_selected() {
-    zesthost::GraphNode* from = selected();
-    zesthost::GraphNode* to = session_.graph().find(targets_->currentText().toStdString());
-    if (from == nullptr || to == nullptr) return;
-    session_.graph().connect(*from, *to);
-    session_.trace().line("edge " + from->name + " -> " + to->name);
-    refresh();
-}
-
-void GraphView::delete_selected() {
-    zesthost::GraphNode* node = selected();
-    if (node == nullptr) return;
+void GraphView::remove_node(zesthost::GraphNode& node) {
     delete panel_;  // it shows the node's panel
     panel_ = nullptr;
-    session_.trace().line("deleted " + node->name);
-    session_.graph().remove(*node);
+    session_.trace().line("deleted " + node.name);
+    session_.graph().remove(node);
     refresh();
 }
 
@@ -163,25 +124,14 @@ void GraphView::show_selected() {
     panel_ = nullptr;
     bypassed_->setEnabled(node != nullptr);
     fire_->setEnabled(node != nullptr);
-    delete_->setEnabled(node != nullptr);
+    properties_->setTitle(node == nullptr ? QStringLiteral("Properties")
+                                          : QString::fromStdString(node->name));
     if (node == nullptr) return;
     bypassed_->blockSignals(true);
     bypassed_->setChecked(node->bypassed);
     bypassed_->blockSignals(false);
-    properties_->setTitle(QString::fromStdString(node->name));
     panel_ = new PanelView(session_, node->panel, properties_);
     properties_->layout()->addWidget(panel_);
-}
-
-QString GraphView::describe(const zesthost::GraphNode& node) const {
-    QString text = QString::fromStdString(node.name + ": " + node.display_name());
-    if (node.bypassed) text += QStringLiteral(" (bypassed)");
-    QStringList children;
-    for (const zesthost::GraphNode* child : node.children)
-        children << QString::fromStdString(child->name);
-    if (!children.isEmpty())
-        text += QStringLiteral(" \u2192 ") + children.join(QStringLiteral(", "));
-    return text;
 }
 
 }  // namespace zestgui

@@ -9,17 +9,16 @@
 class QCheckBox;
 class QComboBox;
 class QGroupBox;
-class QListWidget;
 class QPushButton;
 
 namespace zestgui {
 
+class GraphCanvas;
 class PanelView;
 
-// The graph: its nodes by their own names and the names the plug-in gives them, with the
-// nodes each sends its events to; adding a node of each type, an edge from the selected node,
-// bypass, firing, deleting; and the selected node's properties panel. Children are named for
-// tests: "nodes", "types", "add", "targets", "connect", "bypassed", "fire", "delete".
+// The graph: the canvas, with adding a node of each type, bypass, firing and deleting the
+// selected node above it, and the selected node's properties panel beside it. Children are
+// named for tests: "graph" (the canvas), "types", "add", "bypassed", "fire", "delete".
 class GraphView : public QWidget {
 public:
     explicit GraphView(zesthost::Session& session, QWidget* parent = nullptr);
@@ -28,19 +27,16 @@ public:
     void refresh();
     void select(const std::string& name);
     zesthost::GraphNode* selected() const;
+    GraphCanvas& canvas() const { return *canvas_; }
 
 private:
-    void reload();
     void add_node();
-    void connect_selected();
-    void delete_selected();
+    void remove_node(zesthost::GraphNode& node);
     void show_selected();
-    QString describe(const zesthost::GraphNode& node) const;
 
     zesthost::Session& session_;
-    QListWidget* nodes_;
+    GraphCanvas* canvas_;
     QComboBox* types_;
-    QComboBox* targets_;
     QCheckBox* bypassed_;
     QPushButton* fire_;
     QPushButton* delete_;

@@ -40,11 +40,15 @@ MainWindow::MainWindow(zesthost::Session& session) : session_(session) {
     session.build_preferences();
     graph_ = new GraphView(session);
 
-    auto* lower = new QSplitter(Qt::Horizontal);
-    lower->addWidget(make_preferences());
-    lower->addWidget(graph_);
+    auto* middle = new QSplitter(Qt::Horizontal);
+    middle->addWidget(make_preferences());
+    middle->addWidget(graph_);
+    middle->setStretchFactor(1, 1);
+    auto* lower = new QSplitter(Qt::Vertical);
+    lower->addWidget(middle);
     lower->addWidget(log_);
-    lower->setStretchFactor(2, 1);
+    lower->setStretchFactor(0, 3);
+    lower->setStretchFactor(1, 1);
     auto* central = new QWidget;
     auto* layout = new QVBoxLayout(central);
     layout->addWidget(make_pads());

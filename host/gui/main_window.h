@@ -17,9 +17,10 @@ class PadView;
 class PanelView;
 
 // zesthost's window: the four simulated pads and the virtual pad, the bus driver's switch,
-// the preferences panel, the graph with the selected node's panel, and the event log. It
-// shows what the machine and the plug-in do about 30 times a second, and keeps every panel
-// open as the command line does: what the plug-in asks to have rebuilt is rebuilt.
+// the preferences panel, the graph drawn as a graph with the selected node's panel, and the
+// event log below. It shows what the machine and the plug-in do about 30 times a second, and
+// keeps every panel open as the command line does: what the plug-in asks to have rebuilt is
+// rebuilt.
 class MainWindow : public QMainWindow {
 public:
     explicit MainWindow(zesthost::Session& session);

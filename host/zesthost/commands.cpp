@@ -15,6 +15,9 @@ namespace zesthost {
 namespace {
 
 constexpr int default_wait_ms = 5000;
+// How long `set` waits for a list to offer an entry: the plug-in fills some lists a moment
+// after the panel shows them (the pads, as it finds them).
+constexpr int list_wait_ms = 1000;
 constexpr const char* type_prefix = "io.zestworks.gamepad.";
 
 std::optional<int> to_int(const std::string& text) {
@@ -87,6 +90,15 @@ std::optional<hostkit::Store::Value> control_value(const hostkit::Control* contr
     return text;
 }
 
+// The entries a list offers, for a message.
+std::string entries_of(const hostkit::Control& list) {
+    if (list.entries.empty()) return " (its list is empty)";
+    std::string text;
+    for (const hostkit::ListEntry& entry : list.entries)
+        text += (text.empty() ? " (its entries: \"" : ", \"") + entry.label + "\"";
+    return text + ")";
+}
+
 bool shows(const hostkit::Panel& panel, const std::string& text) {
     for (const hostkit::Control& control : panel.controls()) {
         if (control.text == text) return true;
@@ -132,7 +144,8 @@ std::string Commands::help() {
   bypass NAME on|off           a bypassed node passes events on without acting
   set PANEL KEY VALUE          set a control as a user would, then rebuild the panel;
                                PANEL is a node's name or "preferences"; a list takes an
-                               entry's label or value
+                               entry's label or value, and waits up to a second for the
+                               entry to appear (the pads fill in a moment)
   click PANEL LABEL            click a button of the panel
   confirm                      confirm the preferences (the update rate takes effect)
   fire NAME                    send an event to the node from outside
@@ -272,9 +285,22 @@ bool Commands::connect(const Args& args) {
 bool Commands::set_value(const Args& args) {
     hostkit::Panel* panel = panel_named(args[1]);
     if (panel == nullptr) return false;
-    const std::optional<hostkit::Store::Value> value =
-        control_value(panel->find_key(args[2]), args[3]);
-    if (!value) return fail("\"" + args[3] + "\" doesn't fit the control " + args[2]);
+    std::optional<hostkit::Store::Value> value;
+    const hostkit::Control* control = nullptr;
+    const auto fits = [&] {
+        control = panel->find_key(args[2]);
+        value = control_value(control, args[3]);
+        return value.has_value();
+    };
+    // As a person would, waits a moment for a list to offer the entry.
+    if (!fits() && control != nullptr && control->kind == hostkit::ControlKind::List) {
+        session_.run_until(fits, list_wait_ms);
+    }
+    if (!value) {
+        const bool list = control != nullptr && control->kind == hostkit::ControlKind::List;
+        return fail("\"" + args[3] + "\" doesn't fit the control " + args[2] +
+                    (list ? entries_of(*control) : ""));
+    }
     panel->script_value(args[2], *value);
     rebuild(args[1]);
     return true;
@@ -494,10 +520,12 @@ void Commands::rebuild(const std::string& name) {
     if (hostkit::Panel* panel = panel_named(name)) session_.rebuild(*panel);
 }
 
+// Below the current folder, relative to it: the trace shows the name, not the machine's folders.
 std::string Commands::path_of(const std::string& name) const {
-    return QDir(QString::fromStdString(directory_))
-        .absoluteFilePath(QString::fromStdString(name))
-        .toStdString();
+    const QString path =
+        QDir(QString::fromStdString(directory_)).absoluteFilePath(QString::fromStdString(name));
+    const QString relative = QDir::current().relativeFilePath(path);
+    return (relative.startsWith(QStringLiteral("..")) ? path : relative).toStdString();
 }
 
 }  // namespace zesthost

@@ -47,6 +47,14 @@ GraphNode& Graph::add(const std::string& name, const hostkit::RegisteredNodeType
 
 void Graph::connect(GraphNode& from, GraphNode& to) {
     from.children.push_back(&to);
+    ++changes_;
+}
+
+void Graph::disconnect(GraphNode& from, GraphNode& to) {
+    const auto edge = std::find(from.children.begin(), from.children.end(), &to);
+    if (edge == from.children.end()) return;
+    from.children.erase(edge);
+    ++changes_;
 }
 
 void Graph::clear() {
@@ -62,7 +70,7 @@ void Graph::send(GraphNode& to) {
 
 void Graph::remove(GraphNode& node) {
     for (const auto& other : nodes_)
-        std::erase(other->children, &node);
+        std::erase(other->children, &node);  // counted with the node
     std::erase_if(nodes_, [&](const auto& owned) { return owned.get() == &node; });
     ++changes_;
 }

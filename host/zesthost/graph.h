@@ -2,6 +2,7 @@
 
 #include <deque>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,13 @@
 #include "zesthost/trace.h"
 
 namespace zesthost {
+
+// Where a window drew a node, kept in the graph file; none until a window placed it.
+struct Place {
+    double x = 0.0;
+    double y = 0.0;
+    bool operator==(const Place&) const = default;
+};
 
 // One node of the graph: the host's side of it (kit node, store, panel) and the plug-in's
 // instance, made with it. Its panel counts as open: the host builds it again whenever the
@@ -38,6 +46,7 @@ struct GraphNode {
     hostkit::Store store;
     hostkit::Panel panel{store};
     std::vector<GraphNode*> children;
+    std::optional<Place> place;
     void* instance;        // made last, once the host's side exists
     int builds_asked = 0;  // the properties invalidations already answered
 };
@@ -60,6 +69,8 @@ public:
     GraphNode& add(const std::string& name, const hostkit::RegisteredNodeType& type,
                    const hostkit::Store& store, bool bypassed = false);
     void connect(GraphNode& from, GraphNode& to);
+    // Removes one edge from `from` to `to`, if there is one.
+    void disconnect(GraphNode& from, GraphNode& to);
     // An event from outside the graph, as the host's own trigger would send it.
     void send(GraphNode& to);
     // Destroys every node, children before nothing: the plug-in needs no order.
@@ -71,7 +82,7 @@ public:
     GraphNode* find(const std::string& name) const;
     GraphNode* find_panel(const hostkit::Panel& panel) const;
     const std::vector<std::unique_ptr<GraphNode>>& nodes() const { return nodes_; }
-    // Counts the nodes added and removed, for views to notice.
+    // Counts the nodes and edges added and removed, for views to notice.
     int changes() const { return changes_; }
     // Rebuilds the panels the plug-in asked to have rebuilt.
     void refresh();

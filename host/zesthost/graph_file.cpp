@@ -13,11 +13,12 @@
 // Graph files are JSON:
 //   {"preferences": {key: value, ...},
 //    "nodes": [{"name": "press", "type": "io.zestworks.gamepad.onbuttonpress",
-//               "bypassed": false, "store": {key: value, ...}}, ...],
+//               "bypassed": false, "store": {key: value, ...}, "place": [x, y]}, ...],
 //    "edges": [["press", "hold_b"], ...]}
 // A value is a string, true or false, a whole number (a 32-bit int), or {"double": number}:
 // JSON alone can't tell the int 5 from the double 5.0, and the plug-in can. JSON has no
-// infinity, so those doubles are {"double": "inf"}, "-inf" or "nan".
+// infinity, so those doubles are {"double": "inf"}, "-inf" or "nan". A node's place is where a
+// window drew it; files written before windows placed nodes have none.
 
 namespace zesthost {
 
@@ -106,6 +107,16 @@ std::string read_text(const QJsonObject& object, const char* key, const std::str
     return value.toString().toStdString();
 }
 
+std::optional<Place> read_place(const QJsonValue& value, const std::string& path,
+                                const std::string& place) {
+    if (value.isUndefined()) return std::nullopt;
+    const QJsonArray pair = value.toArray();
+    if (!value.isArray() || pair.size() != 2 || !pair[0].isDouble() || !pair[1].isDouble()) {
+        fail(path, place, "must be [x, y]");
+    }
+    return Place{pair[0].toDouble(), pair[1].toDouble()};
+}
+
 NodeDescription read_node(const QJsonValue& value, const std::string& path,
                           const std::string& place, const hostkit::Registry& registry) {
     if (!value.isObject()) fail(path, place, "a node must be an object");
@@ -122,6 +133,7 @@ NodeDescription read_node(const QJsonValue& value, const std::string& path,
     }
     node.bypassed = bypassed.toBool(false);
     node.store = read_store(object.value(QStringLiteral("store")), path, place + ".store");
+    node.place = read_place(object.value(QStringLiteral("place")), path, place + ".place");
     return node;
 }
 
@@ -205,6 +217,9 @@ void write_graph_file(const std::string& path, const GraphDescription& graph) {
                            {QStringLiteral("type"), QString::fromStdString(node.type)},
                            {QStringLiteral("store"), json_store(node.store)}};
         if (node.bypassed) object.insert(QStringLiteral("bypassed"), true);
+        if (node.place) {
+            object.insert(QStringLiteral("place"), QJsonArray{node.place->x, node.place->y});
+        }
         nodes.append(object);
     }
     QJsonArray edges;

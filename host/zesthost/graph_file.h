@@ -8,6 +8,7 @@
 
 #include "kit/registry.h"
 #include "kit/store.h"
+#include "zesthost/graph.h"
 
 namespace zesthost {
 
@@ -18,6 +19,7 @@ struct NodeDescription {
     std::string type;
     bool bypassed = false;
     StoreValues store;  // as in the file: an attribute is its id string there
+    std::optional<Place> place;
 };
 
 // What a graph file holds, checked: unique node names, known types, edges between nodes.

@@ -38,7 +38,7 @@ struct WindowOptions {
 
 bool run_window(zesthost::Session& session, const WindowOptions& options) {
     zestgui::MainWindow window(session);
-    window.resize(1100, 700);
+    window.resize(1280, 820);
     window.show();
     bool passed = options.graph.empty() || window.load(options.graph);
     if (!options.scenario.empty()) {
@@ -50,9 +50,8 @@ bool run_window(zesthost::Session& session, const WindowOptions& options) {
     }
     session.run_for(300);
     window.refresh();
-    // A few colours are all a window has; a palette keeps the file small.
-    const QImage image =
-        window.grab().toImage().convertToFormat(QImage::Format_Indexed8, Qt::AvoidDither);
+    // The canvas is drawn smooth: a palette of 256 colours would change its colours.
+    const QImage image = window.grab().toImage().convertToFormat(QImage::Format_RGB888);
     if (!image.save(QString::fromStdString(options.screenshot), "PNG", 0)) {
         session.trace().line("FAILED: can't write " + options.screenshot);
         return false;

@@ -20,9 +20,18 @@ namespace {
 std::atomic<Trace*> log_trace{nullptr};
 std::atomic<bool> log_verbose{false};
 
+// The plug-in's messages all begin so; Qt's own (a platform plug-in's complaints, say) go to the
+// terminal, not into the trace and the window's event log.
+constexpr const char* plugin_prefix = "Gamepad: ";
+
 void log_to_trace(QtMsgType type, const QMessageLogContext&, const QString& message) {
     if (type == QtDebugMsg && !log_verbose.load()) return;
-    if (Trace* trace = log_trace.load()) trace->line("log: " + message.toStdString());
+    const std::string text = message.toStdString();
+    if (!text.starts_with(plugin_prefix)) {
+        std::fprintf(stderr, "qt: %s\n", text.c_str());
+    } else if (Trace* trace = log_trace.load()) {
+        trace->line("log: " + text);
+    }
 }
 
 }  // namespace

@@ -58,6 +58,7 @@ void Session::load(const std::string& path) {
         for (const auto& [key, value] : node.store)
             store.set(key, value);
         GraphNode& added = graph_.add(node.name, *registry_.find(node.type), store, node.bypassed);
+        added.place = node.place;
         added.type.after_load(added.instance, added.store.handle());
     }
     for (const auto& [from, to] : description.edges)
@@ -80,7 +81,8 @@ void Session::save(const std::string& path) {
         for (const auto& [key, value] : node->store.values())
             copy.set(key, value);
         node->type.before_save(node->instance, copy.handle());
-        description.nodes.push_back({node->name, node->type.id, node->bypassed, copy.values()});
+        description.nodes.push_back(
+            {node->name, node->type.id, node->bypassed, copy.values(), node->place});
         for (const GraphNode* child : node->children)
             description.edges.emplace_back(node->name, child->name);
     }
