@@ -90,7 +90,6 @@ TEST_F(XInputBackendTest, SlotsFollowTheRefreshesAndEachPadBringsItsOwnListNameA
     backend->refresh_gamepads();
     EXPECT_EQ(read(0), ReadFlags());
     EXPECT_FALSE(state.is_connected);
-    EXPECT_EQ(backend->attribute_count(0), 23u);
     read(0);
     EXPECT_EQ(zestsim::calls("XInputGetState", 0), 1u);
     EXPECT_EQ(read(2), ReadFlags(ReadFlag::MetadataChanged));
@@ -185,7 +184,6 @@ TEST_F(ViGEmBackendTest, AttachFindsTheTargetBehindTheSentinelAndLogsEachStage) 
     ASSERT_EQ(attach(pad), AttachResult::Success);
     EXPECT_EQ(pad, 2u);
     EXPECT_EQ(last_log(), "info Gamepad: ViGEm target set up successfully as user 2");
-    EXPECT_EQ(zestsim::target_report(1).thumb_lx, 0);  // the zero report after the sentinel
     EXPECT_EQ(backend->gamepad_capabilities(2), GamepadCapabilities(15));
     EXPECT_STREQ(backend->attribute_info(2, 12).id, "button_guide");
 
@@ -193,7 +191,6 @@ TEST_F(ViGEmBackendTest, AttachFindsTheTargetBehindTheSentinelAndLogsEachStage) 
     EXPECT_TRUE(read(2).testFlag(ReadFlag::MetadataChanged));
     EXPECT_TRUE(state.is_connected);
     EXPECT_EQ(state.values[12].kind, AttributeValue::Kind::Empty);  // XInput hides the guide
-    EXPECT_EQ(state.values[21].as_motor(), 0.0);
 
     backend->detach_virtual_gamepad(2);
     EXPECT_EQ(zestsim::plugged_targets(), 0u);
