@@ -6,11 +6,8 @@
 #include <random>
 #include <set>
 
-#include "kit/kit.h"
 #include "plugin_fixture.h"
-#include "support/eventually.h"
 #include "support/random_seed.h"
-#include "zestsim/zestsim.h"
 
 namespace {
 
