@@ -5,10 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "kit/kit.h"
 #include "plugin_fixture.h"
-#include "support/eventually.h"
-#include "zestsim/zestsim.h"
 
 namespace {
 
@@ -62,10 +59,11 @@ protected:
 };
 
 // Button, trigger and stick need the virtual pad: until it is connected their panels show its
-// state and nothing to choose; rumble goes to any pad. Then each constant type: its controls and
-// defaults, the value reaching the device when an event fires it, and the device back at rest
-// after the deadline.
-TEST_F(ActionNodeTest, ConstantTypesNeedTheirPadAndHoldTheirValueUntilTheDeadline) {
+// state and nothing to choose; rumble goes to any pad. Then each type: its controls and defaults
+// from the attribute list's last entry on, the device holding the value of a constant type or
+// moving with a noise type once an event fires the node, and the device at rest after the
+// deadline.
+TEST_F(ActionNodeTest, EachTypeNeedsItsPadShowsItsDefaultsAndActsUntilTheDeadline) {
     for (const char* type :
          {"pressgamepadbutton", "pressgamepadtrigger", "movegamepadstick",
           "randompressgamepadbutton", "randompressgamepadtrigger", "wigglegamepadstick"}) {
@@ -80,78 +78,58 @@ TEST_F(ActionNodeTest, ConstantTypesNeedTheirPadAndHoldTheirValueUntilTheDeadlin
     press->build();  // only the virtual pad, and no attribute list before a pad is chosen
     EXPECT_THAT(panel_lines(press->panel), ElementsAre("  Gamepad", "    ( ) Gamepad 2 (virtual)"));
 
-    // Each panel from the attribute list's last entry on.
+    // Noise shows as values seen, with a faster default for buttons.
+    const auto moves = [](int (*sample)(), std::size_t distinct) {
+        return [sample, distinct, seen = std::set<int>()]() mutable {
+            seen.insert(sample());
+            return seen.size() >= distinct;
+        };
+    };
+    const std::string strength = "  Strength: 100 (0 to 100, step 5)|";
+    const std::string constant = "  Duration (seconds): 0.5 (0.001 to inf)|";
+    const std::string noise = "  Frequency: 100 (0 to 200, step 10)|  Amplitude: ";
+    const std::string noise_end = " (0 to 100, step 5)|  Duration (seconds): 5 (0.001 to inf)|";
     const struct {
         const char* type;
         int pad;
         const char* attribute;
-        const char* panel_end;
+        std::string panel_end;
         int strength;
-        std::function<bool()> holds;
+        std::function<bool()> acts;
     } cases[] = {
-        {"pressgamepadbutton", virtual_pad, "B button", "    ( ) Y button|", 0,
+        {"pressgamepadbutton", virtual_pad, "B button", "    ( ) Y button|" + constant, 0,
          [] { return shown().buttons == button_b; }},
         {"pressgamepadtrigger", virtual_pad, "Right trigger",
-         "    (*) Right trigger|  Strength: 100 (0 to 100, step 5)|", 50,
+         "    (*) Right trigger|" + strength + constant, 50,
          [] { return shown().right_trigger == 127; }},
         {"movegamepadstick", virtual_pad, "Left stick",
-         "    ( ) Right stick|  X: 0 (-100 to 100, step 10)|  Y: 0 (-100 to 100, step 10)|", 0,
-         [] { return shown().thumb_lx == 32767 && shown().thumb_ly == -16384; }},
-        {"rumblegamepad", physical_pad, "Large motor",
-         "    ( ) Small motor|  Strength: 100 (0 to 100, step 5)|", 40,
-         [] { return zestsim::vibration(physical_pad).left == 26214; }},
+         "    ( ) Right stick|  X: 0 (-100 to 100, step 10)|  Y: 0 (-100 to 100, step 10)|" +
+             constant,
+         0, [] { return shown().thumb_lx == 32767 && shown().thumb_ly == -16384; }},
+        {"rumblegamepad", physical_pad, "Large motor", "    ( ) Small motor|" + strength + constant,
+         40, [] { return vibration().left == 26214; }},
+        {"randompressgamepadbutton", virtual_pad, "X button", noise + "50" + noise_end, 0,
+         moves([] { return int{shown().buttons}; }, 2)},
+        {"randompressgamepadtrigger", virtual_pad, "Left trigger", noise + "100" + noise_end, 0,
+         moves([] { return int{shown().left_trigger}; }, 3)},
+        {"wigglegamepadstick", virtual_pad, "Right stick", noise + "100" + noise_end, 0,
+         moves([] { return int{shown().thumb_ry}; }, 3)},
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(test.type);
         auto node = make_node(test.type);
         select_attribute(*node, test.pad, test.attribute);
-        EXPECT_THAT(joined_lines(node->panel),
-                    EndsWith(std::string(test.panel_end) +
-                             "  Duration (seconds): 0.5 (0.001 to inf)|  [Test]|"));
+        EXPECT_THAT(joined_lines(node->panel), EndsWith(test.panel_end + "  [Test]|"));
         node->store.set("!strength", test.strength);  // keys a type lacks stay unread
         node->store.set("!x", 100);
         node->store.set("!y", -50);
-        node->store.set("!seconds", 0.2);
-        node->build();
-        fire(*node);
-        EXPECT_TRUE(eventually(test.holds));
-        EXPECT_TRUE(eventually([&] { return !test.holds(); }));
-    }
-}
-
-// Noise types show their rate and strength, with a faster default for buttons, and keep the
-// target moving while they run.
-TEST_F(ActionNodeTest, NoiseTypesMoveTheTargetWhileTheyRun) {
-    const struct {
-        const char* type;
-        const char* attribute;
-        int amplitude;
-        std::size_t distinct;  // values that show movement
-        std::function<int()> sample;
-    } cases[] = {
-        {"randompressgamepadbutton", "X button", 50, 2, [] { return int{shown().buttons}; }},
-        {"randompressgamepadtrigger", "Left trigger", 100, 3,
-         [] { return int{shown().left_trigger}; }},
-        {"wigglegamepadstick", "Right stick", 100, 3, [] { return int{shown().thumb_ry}; }},
-    };
-    connect_virtual_pad();
-    for (const auto& test : cases) {
-        SCOPED_TRACE(test.type);
-        auto node = make_node(test.type);
-        select_attribute(*node, virtual_pad, test.attribute);
-        EXPECT_THAT(
-            joined_lines(node->panel),
-            EndsWith("|  Frequency: 100 (0 to 200, step 10)|  Amplitude: " +
-                     std::to_string(test.amplitude) +
-                     " (0 to 100, step 5)|  Duration (seconds): 5 (0.001 to inf)|  [Test]|"));
         node->store.set("!frequency", 200);
+        node->store.set("!seconds", 0.5);
         node->build();
         fire(*node);
-        std::set<int> seen;
-        EXPECT_TRUE(eventually([&] {
-            seen.insert(test.sample());
-            return seen.size() >= test.distinct;
-        }));
+        EXPECT_TRUE(eventually(test.acts));
+        EXPECT_TRUE(
+            eventually([] { return fields(shown()) == fields(Pad{}) && vibration().left == 0; }));
     }
 }
 

@@ -1,10 +1,7 @@
 #include <string>
 #include <vector>
 
-#include "kit/kit.h"
 #include "plugin_fixture.h"
-#include "support/eventually.h"
-#include "zestsim/zestsim.h"
 
 namespace {
 

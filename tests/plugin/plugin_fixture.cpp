@@ -8,10 +8,6 @@
 
 #include <unistd.h>
 
-#include "kit/kit.h"
-#include "support/eventually.h"
-#include "zestsim/zestsim.h"
-
 const hostkit::PluginExports& plugin() {
     static const hostkit::PluginExports exports = hostkit::open_plugin(ZEST_PLUGIN_PATH);
     return exports;

@@ -1,18 +1,14 @@
 #pragma once
 
 #include <functional>
-#include <memory>
-#include <string>
+#include <tuple>
 
-#include "hostapi/host_api.h"
-#include "kit/node.h"
-#include "kit/panel.h"
 #include "kit/plugin_library.h"
-#include "kit/registry.h"
-#include "kit/store.h"
+#include "support/eventually.h"
 #include "support/kit_fixture.h"
 #include "zesthost/graph.h"
 #include "zesthost/panel_text.h"
+#include "zestsim/zestsim.h"
 
 // The real plug-in, loaded into this process as a host loads it. Loaded once; every case
 // begins and ends with no plug-in state.
@@ -51,6 +47,12 @@ protected:
     hostkit::Store preferences;
     hostkit::Panel preferences_panel{preferences};
 };
+
+// Every field of a pad's state, to compare two.
+inline auto fields(const zestsim::PadState& s) {
+    return std::tuple(s.buttons, s.left_trigger, s.right_trigger, s.thumb_lx, s.thumb_ly,
+                      s.thumb_rx, s.thumb_ry);
+}
 
 // Threads of this process now.
 int thread_count();

@@ -4,26 +4,25 @@
 #include <functional>
 #include <map>
 #include <random>
+#include <ranges>
 #include <set>
+#include <sstream>
 
-#include "kit/kit.h"
 #include "plugin_fixture.h"
-#include "support/eventually.h"
 #include "support/random_seed.h"
-#include "zestsim/zestsim.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 using zestsim::Subtype;
+using Serials = std::vector<std::uint32_t>;
 
 constexpr auto slack = 300ms;  // a few ticks on a slow machine, either side of a deadline
 // A refused unplug is tried again at refreshes about a second apart while the core polls, the
 // pause doubling up to 16 of them.
 constexpr auto unplug_backoff = 20s;
 
-const std::string type_prefix = "io.zestworks.gamepad.";
 const std::array<Subtype, 5> subtypes{Subtype::Gamepad, Subtype::Wheel, Subtype::FlightStick,
                                       Subtype::Guitar, Subtype::DrumKit};
 const std::map<std::string, std::uint16_t> buttons{{"button_a", 0x1000}, {"button_b", 0x2000}};
@@ -32,8 +31,7 @@ const std::map<std::string, std::uint16_t> buttons{{"button_a", 0x1000}, {"butto
 const std::map<std::string, std::function<void(bool)>> faults{
     {"plug of serials 1 and 2 refused",
      [](bool on) {
-         zestsim::refuse_serials(on ? std::vector<std::uint32_t>{1, 2}
-                                    : std::vector<std::uint32_t>{});
+         zestsim::refuse_serials(on ? Serials{1, 2} : Serials{});
      }},
     {"unplug refused", [](bool on) { zestsim::refuse_requests(0x2AA008, on ? 31 : 0); }},
     {"notification denied", [](bool on) { zestsim::refuse_requests(0x2AE804, on ? 5 : 0); }},
@@ -84,22 +82,18 @@ protected:
             {4, &RandomWalkTest::plug},      {5, &RandomWalkTest::swap},
             {22, &RandomWalkTest::press},    {5, &RandomWalkTest::fault},
             {5, &RandomWalkTest::stall},     {1, &RandomWalkTest::reload}};
-        std::vector<int> weights;
-        for (const auto& move : moves)
-            weights.push_back(move.first);
+        const auto weights = std::views::keys(moves);
         std::discrete_distribution<std::size_t> next(weights.begin(), weights.end());
-        for (std::uint64_t step = 0; step < steps && failure_.empty() && !HasFailure(); ++step) {
+        std::uint64_t step = 0;
+        for (; step < steps && failure_.empty() && !HasFailure(); ++step) {
             (this->*moves[next(rng_)].second)();
             settle();
-            if (failure_.empty() && !HasFailure()) continue;
-            std::string report = failure_.empty() ? "see above" : failure_;
-            report += "\nfaults in force:";
-            for (const std::string& fault : faults_)
-                report += " " + fault + ";";
-            for (const std::string& line : trail_)
-                report += "\n  " + line;
-            ADD_FAILURE() << "ZEST_RANDOM_SEED=" << seed << " at step " << step << ": " << report;
         }
+        if (!failure_.empty() || HasFailure())
+            ADD_FAILURE() << "ZEST_RANDOM_SEED=" << seed << " at step " << step - 1 << ": "
+                          << (failure_.empty() ? "see above" : failure_)
+                          << "\nfaults in force: " << testing::PrintToString(faults_)
+                          << "\nlast steps: " << testing::PrintToString(trail_);
         nodes_.clear();
     }
 
@@ -108,15 +102,33 @@ protected:
     }
     bool chance(std::size_t percent) { return random(100) < percent; }
     auto& any_of(auto& from) { return from[random(from.size())]; }
-    void note(const std::string& step) {
-        trail_.push_back(step);
+    static std::string text(const auto&... parts) {
+        std::ostringstream out;
+        (out << ... << parts);
+        return out.str();
+    }
+    void note(const auto&... parts) {
+        trail_.push_back(text(parts...));
         if (trail_.size() > 16) trail_.pop_front();
     }
-    void fail(const std::string& what) { failure_ = failure_.empty() ? what : failure_; }
+    void fail(const auto&... parts) {
+        if (failure_.empty()) failure_ = text(parts...);
+    }
+    bool unplugs_refused() const {
+        return faults_.contains("unplug refused") || faults_.contains("out of event handles");
+    }
+    // Seen by the core since it was plugged.
+    bool seen(std::size_t user) const {
+        return zestsim::calls("XInputGetCapabilities", user) > pads_[user].asked;
+    }
+    void set_fault(const std::string& name, bool on) {
+        faults.at(name)(on);
+        on ? void(faults_.insert(name)) : void(faults_.erase(name));
+    }
     bool core_running() const { return !nodes_.empty() || virtual_on_; }
     static std::string describe(const WalkNode& node) {
-        return "node " + std::to_string(node.id) + " (" + node.type + ", pad " +
-               std::to_string(node.pad) + " " + node.attribute + ")";
+        return text("node ", node.id, " (", node.type, ", pad ", node.pad, " ", node.attribute,
+                    ")");
     }
     static std::set<int> target_users() {
         std::set<int> users;
@@ -153,16 +165,17 @@ protected:
     void add_node() {
         if (nodes_.size() == 8) return;
         const hostkit::RegisteredNodeType& type = any_of(types_->types());
-        WalkNode& node = nodes_.emplace_back(next_id_++, -1, type.id.substr(type_prefix.size()));
+        WalkNode& node =
+            nodes_.emplace_back(next_id_++, -1, type.id.substr(type.id.rfind('.') + 1));
         node.host = std::make_unique<HostNode>(type.id, type);
         node.host->node.child_sink().set_listener([this, id = node.id] { told_by_.push_back(id); });
-        note("add " + describe(node));
+        note("add ", describe(node));
         node.host->build();
     }
     void destroy() {
         if (nodes_.empty()) return;
         WalkNode& node = any_of(nodes_);
-        note("destroy " + describe(node));
+        note("destroy ", describe(node));
         leave_selection(node);
         nodes_.erase(nodes_.begin() + (&node - nodes_.data()));
     }
@@ -194,10 +207,7 @@ protected:
             std::erase_if(attributes,
                           [&](auto& e) { return !buttons.contains(attribute_name(e.value)); });
         if (attributes.empty()) attributes = entries(host.panel, "!attribute");
-        if (attributes.empty()) {
-            if (pad != node.pad) leave_selection(node);
-            return;
-        }
+        if (attributes.empty()) return pad != node.pad ? leave_selection(node) : void();
         const int attribute = any_of(attributes).value;
         host.panel.script_value("!attribute", attribute);
         host.store.set("!seconds", std::array{0.05, 0.4, 3600.0}[random(3)]);
@@ -210,7 +220,7 @@ protected:
         node.checked = node.type.starts_with("onbutton");
         node.expected.clear();
         node.told = 0;
-        note("select " + describe(node));
+        note("select ", describe(node));
     }
     void fire() { fire(false); }
     void test() { fire(true); }
@@ -220,19 +230,18 @@ protected:
         WalkNode& node = any_of(nodes_);
         HostNode& host = *node.host;
         host.build();
-        const auto found = overrides_.find({node.pad, node.attribute});
         if (by_test && host.panel.find_text("Stop test") != nullptr) {
-            note("stop test of " + describe(node));
+            note("stop test of ", describe(node));
             host.panel.script_click("Stop test");
-            if (found != overrides_.end() && found->second.owner == node.id) {
+            // A stop may end whatever runs on the attribute, and ends the node's own for sure.
+            const auto found = overrides_.find({node.pad, node.attribute});
+            if (found != overrides_.end()) found->second.must_run = false;
+            if (found != overrides_.end() && found->second.owner == node.id)
                 overrides_.erase(found);
-            } else if (found != overrides_.end()) {
-                found->second.must_run = false;  // a stop may end whatever runs on the attribute
-            }
             return host.build();
         }
         if (by_test && host.panel.find_text("Test") == nullptr) return;
-        note((by_test ? "test " : "fire ") + describe(node));
+        note(by_test ? "test " : "fire ", describe(node));
         by_test ? host.panel.script_click("Test") : host.receive(hostkit::create_event());
         host.build();
         if (node.type != "rumblegamepad" || !node.attribute.starts_with("motor_")) return;
@@ -240,18 +249,18 @@ protected:
             host.store.get<double>("!seconds").value_or(0.5));
         const Pad& pad = pads_[std::size_t(node.pad)];
         const hostkit::Control* list = host.panel.find_key("!attribute");
-        Override& motor = overrides_[{node.pad, node.attribute}];
-        motor = {node.id, Clock::now() + std::chrono::duration_cast<Clock::duration>(seconds)};
         // Only a pad with motors, in the core's hands and fed by nobody, shows an override.
-        motor.must_run = host.store.get<int>("!strength").value_or(100) > 0 && pad.ready &&
-                         (pad.subtype == Subtype::Gamepad || pad.subtype == Subtype::Wheel) &&
-                         !fed_from_.contains(node.pad) && list != nullptr &&
-                         attribute_name(int(list->result)) == node.attribute;
+        overrides_[{node.pad, node.attribute}] = {
+            node.id, Clock::now() + std::chrono::duration_cast<Clock::duration>(seconds),
+            host.store.get<int>("!strength").value_or(100) > 0 && pad.ready &&
+                (pad.subtype == Subtype::Gamepad || pad.subtype == Subtype::Wheel) &&
+                !fed_from_.contains(node.pad) && list != nullptr &&
+                attribute_name(int(list->result)) == node.attribute};
     }
     void switch_virtual_pad() {
         check_events();  // what the target's pad told so far is the virtual pad's
         virtual_on_ = !virtual_on_;
-        note(virtual_on_ ? "virtual pad on" : "virtual pad off");
+        note("virtual pad ", virtual_on_ ? "on" : "off");
         preferences_panel.script_value("virtualenabled", virtual_on_);
         pass_preferences();
     }
@@ -259,7 +268,7 @@ protected:
         const hostkit::Control* list = preferences_panel.find_key("feedgamepad");
         if (list == nullptr) return;
         const int source = any_of(list->entries).value;
-        note("feed from " + std::to_string(source));
+        note("feed from ", source);
         fed_from_.insert(source);
         stop_must_run(source);
         preferences_panel.script_value("feedgamepad", source);
@@ -267,7 +276,7 @@ protected:
     }
     void rate() {
         preferences.set("updatems", std::array{120, 240, 1000}[random(3)]);
-        note("rate " + std::to_string(*preferences.get<int>("updatems")));
+        note("rate ", *preferences.get<int>("updatems"));
         plugin().confirm_preferences(preferences.handle());
     }
     // Overrides of the pad may end without the walk knowing when.
@@ -286,7 +295,7 @@ protected:
             plug(user, any_of(subtypes));
     }
     void plug(std::size_t user, Subtype subtype) {
-        note("plug pad " + std::to_string(user) + " as " + std::to_string(int(subtype)));
+        note("plug pad ", user, " as ", int(subtype));
         pads_[user] = {true, false, subtype, 0, zestsim::calls("XInputGetCapabilities", user)};
         zestsim::plug_pad(user, subtype);
     }
@@ -301,7 +310,7 @@ protected:
         for (const auto& [name, button] : buttons) {
             if (pads_[user].held & button) press(user, button);
         }
-        note("unplug pad " + std::to_string(user));
+        note("unplug pad ", user);
         const std::uint64_t reads = zestsim::calls("XInputGetState", user);
         const bool polled = pads_[user].ready && core_running();
         zestsim::unplug_pad(user);
@@ -319,8 +328,7 @@ protected:
     void press(std::size_t user, std::uint16_t button) {
         Pad& pad = pads_[user];
         const bool down = (pad.held & button) == 0;
-        note((down ? "press pad " : "release pad ") + std::to_string(user) + " " +
-             std::to_string(button));
+        note(down ? "press pad " : "release pad ", user, " ", button);
         zestsim::press(user, button, down);
         pad.held ^= button;
         for (WalkNode& node : nodes_) {
@@ -334,12 +342,9 @@ protected:
     }
     void fault() {
         const bool on = chance(40);
-        auto& [name, set] = *std::next(faults.begin(), std::ptrdiff_t(random(faults.size())));
-        note((on ? "fault: " : "lifted: ") + name);
-        set(on);
-        on ? void(faults_.insert(name)) : void(faults_.erase(name));
-        unplugs_refused_ =
-            faults_.contains("unplug refused") || faults_.contains("out of event handles");
+        const std::string& name = std::next(faults.begin(), random(faults.size()))->first;
+        note(on ? "fault: " : "lifted: ", name);
+        set_fault(name, on);
     }
     // The main thread held up, as by a dialog: the machine goes on, nothing is delivered. Ready
     // pads are pressed, and one at most is unplugged and plugged again as the same kind: the core
@@ -348,9 +353,8 @@ protected:
         note("stall begins");
         stalled_ = true;
         std::vector<std::size_t> ready;
-        for (std::size_t user = 0; user < pads_.size(); ++user) {
+        for (std::size_t user = 0; user < pads_.size(); ++user)
             if (pads_[user].ready) ready.push_back(user);
-        }
         const std::size_t steps = random(6) + 1;
         const std::size_t replug = core_running() && chance(15) ? random(steps) : steps;
         for (std::size_t step = 0; step < steps && !ready.empty(); ++step) {
@@ -359,11 +363,7 @@ protected:
                 const Subtype subtype = pads_[user].subtype;
                 unplug(user);
                 plug(user, subtype);
-                pads_[user].ready = eventually(
-                    [&] {
-                        return zestsim::calls("XInputGetCapabilities", user) > pads_[user].asked;
-                    },
-                    true);
+                pads_[user].ready = eventually([&] { return seen(user); }, true);
                 if (pads_[user].ready) await_reads(user, true);
             } else if (pads_[user].ready) {
                 press(user, random(2) ? 0x1000 : 0x2000);
@@ -381,12 +381,10 @@ protected:
         overrides_.clear();
         plugin().unload();
         if (!eventually([&] { return thread_count() == threads_; }))
-            fail("a thread runs on after unload: " + std::to_string(thread_count()) + " threads");
+            fail("a thread runs on after unload: ", thread_count(), " threads");
         if (!eventually([] { return zestsim::plugged_targets() == 0; }))
-            fail(std::to_string(zestsim::plugged_targets()) + " target(s) plugged after unload");
-        faults.at("out of event handles")(false);  // else no polling thread starts
-        faults_.erase("out of event handles");
-        unplugs_refused_ = faults_.contains("unplug refused");
+            fail(zestsim::plugged_targets(), " target(s) plugged after unload");
+        set_fault("out of event handles", false);  // else no polling thread starts
         plugin().set_handle(hostkit::host_handle());
         plugin().get_info(&info);
         reloaded_ = std::make_unique<hostkit::Registry>();  // a host registers into a new one
@@ -408,8 +406,7 @@ protected:
         std::size_t polled = pads_.size();
         for (std::size_t user = 0; user < pads_.size(); ++user) {
             Pad& pad = pads_[user];
-            if (pad.plugged && !pad.ready && core_running() &&
-                zestsim::calls("XInputGetCapabilities", user) > pad.asked) {
+            if (pad.plugged && !pad.ready && core_running() && seen(user)) {
                 await_reads(user);
                 pad.ready = true;
             }
@@ -419,7 +416,7 @@ protected:
         serve();
         serve();
         const Clock::time_point now = Clock::now();
-        if (unplugs_refused_) polled_since_answer_ = {};
+        if (unplugs_refused()) polled_since_answer_ = {};
         if (core_running()) polled_since_answer_ += now - last_settled_;
         last_settled_ = now;
         check_events();
@@ -439,9 +436,9 @@ protected:
         if (name.empty()) {
             fail("the status reads \"Connected as \" with no pad name");
         } else if (feed == nullptr || feed->entries.size() != 4) {
-            fail("\"" + *status->text + "\" without the whole feed list");
+            fail("\"", *status->text, "\" without the whole feed list");
         } else if (!target_users().contains(std::atoi(name.c_str() + name.rfind(' ') + 1) - 1)) {
-            fail("\"" + *status->text + "\" while no target shows at that pad");
+            fail("\"", *status->text, "\" while no target shows at that pad");
         }
     }
     // Every transition is told once, in the order it happened, by each node that listens for it.
@@ -453,13 +450,13 @@ protected:
             const auto node = std::ranges::find(nodes_, id, &WalkNode::id);
             if (node == nodes_.end() || !node->checked) continue;
             if (node->told >= node->expected.size()) {
-                fail(describe(*node) + " told a transition it never had or told one twice");
+                fail(describe(*node), " told a transition it never had or told one twice");
                 continue;
             }
             const std::size_t transition = node->expected[node->told++];
             if (transition < last_told_)
-                fail("transition " + std::to_string(transition) + " told after transition " +
-                     std::to_string(last_told_) + " by " + describe(*node));
+                fail("transition ", transition, " told after ", last_told_, " by ",
+                     describe(*node));
             last_told_ = std::max(last_told_, transition);
         }
         told_by_.clear();
@@ -469,15 +466,14 @@ protected:
     // again. Every event node told all its transitions.
     void check_targets() {
         if (!eventually([] { return zestsim::plugged_targets() <= 1; }))
-            fail(std::to_string(zestsim::plugged_targets()) +
-                 " targets plugged for one virtual pad");
+            fail(zestsim::plugged_targets(), " targets plugged for one virtual pad");
         if (!virtual_on_ && polled_since_answer_ >= unplug_backoff &&
             !eventually([] { return zestsim::plugged_targets() == 0; }))
             fail("a target stays plugged with the virtual pad off, long after the driver answered");
         for (const WalkNode& node : nodes_) {
             if (node.checked && node.told != node.expected.size())
-                fail(describe(node) + " told " + std::to_string(node.told) + " of its " +
-                     std::to_string(node.expected.size()) + " transitions");
+                fail(describe(node), " told ", node.told, " of its ", node.expected.size(),
+                     " transitions");
         }
     }
     // A motor runs only while an override that a live node set is within its deadline, and such an
@@ -495,11 +491,11 @@ protected:
                 const auto may_run = [&] { return live && Clock::now() <= live->deadline + slack; };
                 const auto must_run = [&] { return Clock::now() + slack < live->deadline; };
                 if (!eventually([&] { return speed() == 0 || may_run(); }))
-                    fail("pad " + std::to_string(user) + " " + motor + " runs at " +
-                         std::to_string(speed()) + " with no live override of a live node");
+                    fail("pad ", user, " ", motor, " runs at ", speed(),
+                         " with no live override of a live node");
                 if (live && live->must_run && !eventually([&] { return speed() || !must_run(); }))
-                    fail("pad " + std::to_string(user) + " " + motor + " stopped while node " +
-                         std::to_string(live->owner) + "'s override is live");
+                    fail("pad ", user, " ", motor, " stopped while node ", live->owner,
+                         "'s override is live");
             }
         }
     }
@@ -513,7 +509,7 @@ protected:
     std::set<int> fed_from_;
     std::vector<int> told_by_;  // event nodes, in the order they told
     std::size_t transitions_ = 0, last_told_ = 0;
-    bool virtual_on_ = false, stalled_ = false, unplugs_refused_ = false;
+    bool virtual_on_ = false, stalled_ = false;
     Clock::duration polled_since_answer_{};  // time the core polled since unplugs went through
     Clock::time_point last_settled_ = Clock::now();
     int next_id_ = 0, preferences_seen_ = 0, threads_ = 0;
