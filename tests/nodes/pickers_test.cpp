@@ -60,6 +60,13 @@ ScriptedPad pad(const char* name, GamepadCapabilities capabilities, std::vector<
     return {connected, name, capabilities, std::move(rows), {}};
 }
 
+// Owns `made` and leaves `seen` on it, for a seam of the core.
+template <typename T>
+std::unique_ptr<T> kept(T*& seen, T* made) {
+    seen = made;
+    return std::unique_ptr<T>(made);
+}
+
 // What one pick showed and gave back.
 struct Picked {
     std::vector<Entry> entries;
@@ -85,16 +92,8 @@ protected:
 
     void start(std::vector<ScriptedPad> scripted) {
         state = std::make_unique<PluginState>(gamepad::CoreSeams{
-            [this, scripted] {
-                auto made = std::make_unique<testsupport::ScriptedBackend>(scripted);
-                backend = made.get();
-                return made;
-            },
-            [this] {
-                auto made = std::make_unique<testsupport::ManualTicks>();
-                ticks = made.get();
-                return made;
-            }});
+            [this, scripted] { return kept(backend, new testsupport::ScriptedBackend(scripted)); },
+            [this] { return kept(ticks, new testsupport::ManualTicks); }});
         plugin_state = state.get();
         pads = state->game.impl().use();
     }
