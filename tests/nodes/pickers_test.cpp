@@ -54,11 +54,17 @@ constexpr AttributeInfo motor_small{"motor_small", Motor, Output};
 const std::vector<AttributeInfo> all_rows{button_a,    trigger_left, stick_left,  button_b,
                                           motor_large, trigger_left, motor_small, button_x};
 
+// Values read as zero: the scripted backend sizes them by the rows.
 ScriptedPad pad(const char* name, GamepadCapabilities capabilities, std::vector<AttributeInfo> rows,
                 bool connected = true) {
-    const std::size_t count = rows.size();
-    return {connected, name, capabilities, std::move(rows),
-            std::vector<gamepad::AttributeValue>(count)};
+    return {connected, name, capabilities, std::move(rows), {}};
+}
+
+// Owns `made` and leaves `seen` on it, for a seam of the core.
+template <typename T>
+std::unique_ptr<T> kept(T*& seen, T* made) {
+    seen = made;
+    return std::unique_ptr<T>(made);
 }
 
 // What one pick showed and gave back.
@@ -80,23 +86,14 @@ protected:
         pads.reset();  // a user of the core goes before the core
         state.reset();
         plugin_state = nullptr;
-        // Labels a picker made and never destroyed show up here.
-        EXPECT_THAT(hostkit::check(), IsEmpty());
+        EXPECT_THAT(hostkit::check(), IsEmpty());  // labels a picker made and never destroyed
         KitTest::TearDown();
     }
 
     void start(std::vector<ScriptedPad> scripted) {
         state = std::make_unique<PluginState>(gamepad::CoreSeams{
-            [this, scripted] {
-                auto made = std::make_unique<testsupport::ScriptedBackend>(scripted);
-                backend = made.get();
-                return made;
-            },
-            [this] {
-                auto made = std::make_unique<testsupport::ManualTicks>();
-                ticks = made.get();
-                return made;
-            }});
+            [this, scripted] { return kept(backend, new testsupport::ScriptedBackend(scripted)); },
+            [this] { return kept(ticks, new testsupport::ManualTicks); }});
         plugin_state = state.get();
         pads = state->game.impl().use();
     }

@@ -25,11 +25,6 @@ bool connected(DWORD user) {
     return XInputGetState(user, &state) == success;
 }
 
-bool shows(DWORD user, WORD buttons) {
-    XINPUT_STATE state{};
-    return XInputGetState(user, &state) == success && state.Gamepad.wButtons == buttons;
-}
-
 // Full range and both ends of every control, often enough to meet them.
 XINPUT_GAMEPAD random_gamepad(std::mt19937_64& random) {
     auto pick = [&](int low, int high) {
@@ -126,21 +121,6 @@ TEST_F(WineXInput, APadReadsBackAsWrittenRumblesAndUnplugs) {
     EXPECT_EQ(XInputGetState(0, &state), not_connected);
     EXPECT_EQ(XInputSetState(0, &stop), not_connected);
     EXPECT_EQ(XInputGetCapabilities(0, XINPUT_FLAG_GAMEPAD, &capabilities), not_connected);
-}
-
-// Two pads take users 0 and 1 and each reads its own presses: plugged one after the other, the
-// first plugged is user 0 whatever its slot on the board. (Plugged at once, they may take them
-// in either order: Wine finds them in the order of their device paths.)
-TEST_F(WineXInput, TwoPadsTakeUsersZeroAndOne) {
-    zest_board_set_plugged(board, 1, 1);
-    ASSERT_TRUE(eventually_on_board([] { return connected(0); }));
-    zest_board_set_plugged(board, 0, 1);
-    ASSERT_TRUE(eventually_on_board([] { return connected(1); }));
-    EXPECT_FALSE(connected(2));
-    zest_board_set_button(board, 0, XINPUT_GAMEPAD_A, 1);
-    zest_board_set_button(board, 1, XINPUT_GAMEPAD_B, 1);
-    EXPECT_TRUE(eventually_on_board(
-        [] { return shows(1, XINPUT_GAMEPAD_A) && shows(0, XINPUT_GAMEPAD_B); }));
 }
 
 }  // namespace
