@@ -34,7 +34,8 @@ public:
     void record(std::uint64_t order, const QByteArray& id, std::size_t attribute,
                 bool pressed) noexcept;
 
-    // The oldest transition still held after `sequence`, or null.
+    // Main thread, on a collected copy: the oldest transition still held after `sequence`, or
+    // null.
     const ButtonTransition* next_after(std::uint64_t sequence) const noexcept {
         std::uint64_t from = sequence + 1;
         if (next_ - from > capacity) from = next_ - capacity;

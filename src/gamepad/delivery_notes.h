@@ -30,9 +30,9 @@ public:
     void note_any_metadata() noexcept { metadata_sequence_ = next_++; }
     void note_answer(AttachAnswer answer);
 
-    // The sequence of the latest metadata note, 0 for none.
+    // Main thread, on the collected copy: the sequence of the latest metadata note (0 for none),
+    // and the oldest answer still held that came after `sequence` (null for none).
     std::uint64_t metadata_sequence() const noexcept { return metadata_sequence_; }
-    // The oldest answer still held that came after `sequence`, or null.
     const AttachAnswer* answer_after(std::uint64_t sequence) const noexcept;
 
 private:

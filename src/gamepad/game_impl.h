@@ -31,6 +31,7 @@ public:
     std::unique_ptr<Gamepads> use();
     // For Gamepads' destructor: the last user pauses the core.
     void release();
+    // The first time, makes the backend and the polling thread; later, resumes a paused one.
     void start();
     // Applies no range: the polling thread copes with any rate.
     void set_update_rate(std::int32_t rate);

@@ -36,9 +36,12 @@ public:
     const GamepadMetadata* metadata() const;
     const GamepadState* state() const;
 
-    // `attribute` is a position in metadata(); nothing happens without metadata.
+    // `attribute` is a position in metadata(); without metadata nothing happens and writer 0
+    // comes back.
     PlacedWriter set_constant(std::size_t attribute, const AttributeValue& value,
                               std::int64_t deadline);
+    // Puts `writer` on the attribute in place of the one there, whoever put it; the result is
+    // what clear_placed_writer needs to take this one off again.
     PlacedWriter set_writer(const GamepadAttribute& attribute, std::unique_ptr<Writer> writer);
     // Takes off whatever writer stands on the attribute, whoever put it there.
     void clear_writer(std::size_t attribute);

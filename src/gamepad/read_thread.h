@@ -50,6 +50,7 @@ public:
     // Main thread: the pad's views. Only the views may be read from there.
     const GamepadExchange& exchange(std::size_t gamepad) const { return gamepads_[gamepad]; }
 
+    // Main thread, from collect_publication only: a handler may read every pad's views.
 Q_SIGNALS:
     void gamepad_changed(std::size_t gamepad);
     void gamepad_metadata_changed(std::size_t gamepad);
@@ -88,12 +89,13 @@ private:
     void write_empty_outputs();
 
     // Polling thread, every one of them: towards the main thread, in read_thread_publishing.cpp.
-    // Each is true if it published.
+    // The publish steps are true if they published.
     bool publish(bool any_metadata_changed);
     bool publish_gamepad(std::size_t gamepad);
     bool publish_notes();
     // Posts a delivery for `news`, or for what a lost one left uncollected.
     void post_delivery(bool news);
+    // Whether any channel holds a publication that the main thread has not collected.
     bool uncollected_news() const;
 
     // Main thread, every one of them: the delivery's steps, in read_thread_delivery.cpp.

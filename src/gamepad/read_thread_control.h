@@ -18,7 +18,8 @@ struct ReadThreadControl {
     // Main thread: compare-exchange Run <-> Pause, store Stop, then set the event. Polling thread
     // loads it after every wake-up. So neither a pause nor a resume can overwrite a Stop.
     std::atomic<ReadThreadState> state{ReadThreadState::Run};
-    // The periodic timer and the wake-up event.
+    // The periodic timer and the wake-up event. The main thread only sets the event (and asks
+    // ready()); arming, cancelling and waiting are the polling thread's.
     std::unique_ptr<platform::TickSource> ticks;
     // Polling thread only: the rate the timer is armed for; 0 while it is not armed.
     std::int32_t armed_rate = 0;

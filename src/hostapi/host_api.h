@@ -77,8 +77,9 @@ ZPLUGIN_EXPORT void zplugin_build_preferences(ZestPanel panel);
 ZPLUGIN_EXPORT void zplugin_confirm_preferences(ZestStore store);
 ZPLUGIN_EXPORT void zplugin_migrate_load_preferences(ZestStore store);
 
-// Imported from the host: translation and strings. The first five of these are also called on
-// the polling thread; the host makes them thread-safe.
+// Imported from the host: translation and strings. zest_plugin_tr, zest_plugin_tr_arg,
+// zest_tr_int, zest_tr_end and zest_string_destroy are also called on the polling thread, with
+// no lock of the plug-in's around them: the host makes those five safe from any thread.
 const char* zest_plugin_tr(ZestHost host, const char* key);
 ZestTrBuilder zest_plugin_tr_arg(ZestHost host, const char* key);
 void zest_tr_str(ZestTrBuilder builder, const char* value);

@@ -10,11 +10,13 @@
 // The lists through which panels choose a pad or an attribute. Each offers what fits its
 // purpose, calls zui_list and gives back what the user selected. Main thread, during a pass.
 
+// A list's labels and values, in step; the caller may put its own entries first ("None", -1).
+using PickerLabels = std::vector<const char*>;
+using PickerValues = std::vector<int>;
+
 // The gamepad pickers append the pads on offer to what the caller put in the lists, with their
 // positions as values, and return what zui_list returned, unchecked: Gamepads::gamepad looks it
 // up. Labels that a picker owned are dead after the call.
-using PickerLabels = std::vector<const char*>;
-using PickerValues = std::vector<int>;
 
 // Pads that can feed the virtual pad, except the one at `leave_out`. Key "feedgamepad".
 int pick_feed_gamepad(ZestPanel panel, PickerLabels& labels, PickerValues& values,

@@ -93,7 +93,8 @@ BusTarget* bus_target_alloc_x360();
 // Ends the target's notification thread and waits a while for it, as bus_client_free does;
 // talks to no bus. Remove it first.
 void bus_target_free(BusTarget* target);
-// A ready wait that fails leaves the target Plugged when the bus refuses to take it back.
+// Offers serial numbers from 1 up until the bus takes one, since only the bus knows which are
+// free. A ready wait that fails leaves the target Plugged when the bus refuses to take it back.
 BusStatus bus_target_add(BusClient* client, BusTarget* target);
 BusStatus bus_target_remove(BusClient* client, BusTarget* target);
 BusStatus bus_target_register_notification(BusClient* client, BusTarget* target,

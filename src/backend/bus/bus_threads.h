@@ -19,6 +19,7 @@ BusStatus bus_start_notification_thread(BusClient& client, BusTarget& target);
 // warning, when the thread is still at work and will free the record itself as it ends.
 bool bus_end_thread(HANDLE thread, HANDLE stop, std::atomic<bool>& released);
 
-// Close what a record holds and free it.
+// Close what a record holds and free it. Called by whichever of the owner and the record's
+// thread lets go of it second.
 void bus_release_client(BusClient* client);
 void bus_release_target(BusTarget* target);
