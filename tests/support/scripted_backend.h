@@ -51,9 +51,7 @@ public:
     gamepad::GamepadCapabilities gamepad_capabilities(std::size_t pad) override {
         return at(pad)->capabilities;
     }
-    std::size_t attribute_count(std::size_t pad) override {
-        return at(pad)->rows.size();
-    }
+    std::size_t attribute_count(std::size_t pad) override { return at(pad)->rows.size(); }
     const gamepad::AttributeInfo& attribute_info(std::size_t pad, std::size_t position) override {
         return at(pad)->rows[position];
     }
