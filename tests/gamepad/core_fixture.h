@@ -37,27 +37,6 @@ inline void deliver() {
     QCoreApplication::processEvents();
 }
 
-// Logs what the thread does with it, and holds its button at `pressed` while active.
-struct RecordingWriter : Writer {
-    RecordingWriter(std::vector<std::string>& log, std::string name, bool active = true,
-                    bool pressed = true)
-        : log(log), name(std::move(name)), active(active), pressed(pressed) {}
-    ~RecordingWriter() override { log.push_back("~" + name); }
-    bool is_active() override {
-        log.push_back("active " + name);
-        return active;
-    }
-    void resolve(Backend&) override { log.push_back("resolve " + name); }
-    void apply(const std::vector<GamepadState>&, std::vector<GamepadState>& out) override {
-        log.push_back("apply " + name);
-        out[0].values[0] = AttributeValue::make_button(pressed);
-    }
-
-    std::vector<std::string>& log;
-    const std::string name;
-    const bool active, pressed;
-};
-
 // Makes the scripted backend and the hand-stepped ticks when the code under test asks for them,
 // and keeps a pointer to each.
 class CoreTest : public ::testing::Test {

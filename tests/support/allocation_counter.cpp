@@ -5,32 +5,23 @@
 #include <new>
 
 namespace {
-thread_local std::size_t* active_count = nullptr;
 std::atomic<std::thread::id> counted_thread{};
 std::atomic<std::size_t> thread_count{0};
 }  // namespace
 
 namespace testsupport {
 
-AllocationCounter::AllocationCounter() : outer_(active_count) {
-    active_count = &count_;
-}
-
-AllocationCounter::AllocationCounter(std::thread::id thread) : one_thread_(true) {
+AllocationCounter::AllocationCounter(std::thread::id thread) {
     thread_count = 0;
     counted_thread = thread;
 }
 
 AllocationCounter::~AllocationCounter() {
-    if (one_thread_) {
-        counted_thread = std::thread::id();
-    } else {
-        active_count = outer_;
-    }
+    counted_thread = std::thread::id();
 }
 
 std::size_t AllocationCounter::count() const {
-    return one_thread_ ? thread_count.load() : count_;
+    return thread_count.load();
 }
 
 bool AllocationCounter::supported() {
@@ -49,7 +40,6 @@ bool AllocationCounter::supported() {
 // memory would then reach the free() below (and go uncounted).
 namespace {
 void* counted_new(std::size_t size) noexcept {
-    if (active_count != nullptr) ++*active_count;
     if (counted_thread.load(std::memory_order_relaxed) == std::this_thread::get_id()) {
         thread_count.fetch_add(1);
     }

@@ -5,8 +5,8 @@
 
 namespace testsupport {
 
-// Counts the calls of the global operator new that this thread (or the one thread given) makes
-// while the counter lives.
+// Counts the calls of the global operator new that one thread (this one unless told) makes while
+// the counter lives. One counter at a time.
 // Linking allocation_counter.cpp replaces operator new and delete in the whole test binary.
 // Qt's containers allocate with malloc and are not seen; std containers are.
 //
@@ -17,18 +17,12 @@ class AllocationCounter {
 public:
     static bool supported();
 
-    AllocationCounter();
-    explicit AllocationCounter(std::thread::id thread);
+    explicit AllocationCounter(std::thread::id thread = std::this_thread::get_id());
     ~AllocationCounter();
     AllocationCounter(const AllocationCounter&) = delete;
     AllocationCounter& operator=(const AllocationCounter&) = delete;
 
     std::size_t count() const;
-
-private:
-    bool one_thread_ = false;
-    std::size_t count_ = 0;
-    std::size_t* outer_ = nullptr;
 };
 
 }  // namespace testsupport

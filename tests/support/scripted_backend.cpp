@@ -14,19 +14,14 @@ void ScriptedBackend::edit(const std::function<void(std::vector<ScriptedPad>&)>&
     change(pads_);
 }
 
-std::vector<std::string> ScriptedBackend::take_calls() {
+std::vector<std::string> ScriptedBackend::take_told() {
     std::lock_guard lock(mutex_);
-    return std::exchange(calls_, {});
+    return std::exchange(told_, {});
 }
 
-void ScriptedBackend::set_recording(bool on) {
+std::thread::id ScriptedBackend::reader() const {
     std::lock_guard lock(mutex_);
-    recording_ = on;
-}
-
-std::thread::id ScriptedBackend::last_caller() const {
-    std::lock_guard lock(mutex_);
-    return last_caller_;
+    return reader_;
 }
 
 GamepadState ScriptedBackend::written(std::size_t pad) const {
@@ -40,25 +35,21 @@ void ScriptedBackend::script_attach(std::uint32_t result, std::size_t pad) {
     attach_pad_ = pad;
 }
 
-ScriptedBackend::Held ScriptedBackend::at(const char* operation, std::size_t pad) {
-    std::unique_lock lock(mutex_);
-    const bool main = std::this_thread::get_id() == maker_;
-    if (!main) last_caller_ = std::this_thread::get_id();
-    if (recording_) {
-        calls_.push_back((main ? "main " : "") + std::string(operation) + " " +
-                         std::to_string(pad));
-    }
-    return {std::move(lock), pads_, pad};
-}
-
 AttachResult ScriptedBackend::attach_virtual_gamepad(std::size_t kind, std::size_t& pad) {
-    const Held held = at("attach", kind);
+    const Held held = at(kind);
+    told_.push_back("attach " + std::to_string(kind));
     pad = attach_pad_;
     return attach_result_;
 }
 
+void ScriptedBackend::detach_virtual_gamepad(std::size_t pad) {
+    const Held held = at(pad);
+    told_.push_back("detach " + std::to_string(pad));
+}
+
 ReadFlags ScriptedBackend::read_gamepad(std::size_t pad, GamepadState& state) {
-    const Held scripted = at("read_gamepad", pad);
+    const Held scripted = at(pad);
+    reader_ = std::this_thread::get_id();
     ReadFlags flags;
     if (std::exchange(scripted->metadata_changed, false)) {
         state.values.resize(scripted->rows.size());
@@ -71,7 +62,7 @@ ReadFlags ScriptedBackend::read_gamepad(std::size_t pad, GamepadState& state) {
 }
 
 void ScriptedBackend::write_gamepad(std::size_t pad, const GamepadState& state) {
-    const Held held = at("write_gamepad", pad);
+    const Held held = at(pad);
     written_[pad].is_connected = state.is_connected;
     written_[pad].values = state.values;
 }

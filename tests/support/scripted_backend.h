@@ -21,20 +21,19 @@ struct ScriptedPad {
     bool metadata_changed = false;                // reported once, by the next read
 };
 
-// A backend whose pads a test scripts and whose every call it records as "operation pad",
-// "main operation pad" when it came from the thread that made the backend. The test and the
-// polling thread use it at once, so it locks.
+// A backend whose pads a test scripts, which keeps what was written to each pad and the
+// virtual-pad attaches and detaches it was told. The test and the polling thread use it at once,
+// so it locks.
 class ScriptedBackend : public gamepad::Backend {
 public:
     explicit ScriptedBackend(std::vector<ScriptedPad> pads);
 
     // Test side.
     void edit(const std::function<void(std::vector<ScriptedPad>&)>& change);
-    // The calls recorded so far, and forgets them.
-    std::vector<std::string> take_calls();
-    void set_recording(bool on);
-    // The thread of the latest call that did not come from the maker's.
-    std::thread::id last_caller() const;
+    // "attach kind" and "detach pad" in the order told, and forgets them.
+    std::vector<std::string> take_told();
+    // The thread that read the pads last.
+    std::thread::id reader() const;
     gamepad::GamepadState written(std::size_t pad) const;
     // `result` is the raw code, so that a test can script one that no backend names.
     void script_attach(std::uint32_t result, std::size_t pad);
@@ -43,28 +42,24 @@ public:
     QByteArray virtual_gamepad_name(std::size_t) override { return "virtual"; }
     gamepad::AttachResult attach_virtual_gamepad(std::size_t kind, std::size_t& pad) override;
     QByteArray attach_error_text(std::size_t, gamepad::AttachResult result) override {
-        const auto code = static_cast<std::uint32_t>(result);
-        const Held held = at("attach_error_text", code);
-        return "error " + QByteArray::number(code);
+        return "error " + QByteArray::number(static_cast<std::uint32_t>(result));
     }
     bool can_hide_feed_gamepad() override { return false; }
     void hide_feed_gamepad() override {}
-    std::size_t gamepad_count() override { return at("gamepad_count", 0).pads.size(); }
-    QByteArray gamepad_name(std::size_t pad) override { return at("gamepad_name", pad)->name; }
+    std::size_t gamepad_count() override { return at(0).pads.size(); }
+    QByteArray gamepad_name(std::size_t pad) override { return at(pad)->name; }
     gamepad::GamepadCapabilities gamepad_capabilities(std::size_t pad) override {
-        return at("gamepad_capabilities", pad)->capabilities;
+        return at(pad)->capabilities;
     }
-    std::size_t attribute_count(std::size_t pad) override {
-        return at("attribute_count", pad)->rows.size();
-    }
+    std::size_t attribute_count(std::size_t pad) override { return at(pad)->rows.size(); }
     const gamepad::AttributeInfo& attribute_info(std::size_t pad, std::size_t position) override {
-        return at("attribute_info", pad)->rows[position];
+        return at(pad)->rows[position];
     }
     QByteArray attribute_label(std::size_t pad, std::size_t position) override {
-        return QByteArray("label ") + at("attribute_label", pad)->rows[position].id;
+        return QByteArray("label ") + at(pad)->rows[position].id;
     }
-    void detach_virtual_gamepad(std::size_t pad) override { at("detach", pad); }
-    void refresh_gamepads() override { at("refresh_gamepads", 0); }
+    void detach_virtual_gamepad(std::size_t pad) override;
+    void refresh_gamepads() override {}
     gamepad::ReadFlags read_gamepad(std::size_t pad, gamepad::GamepadState& state) override;
     void write_gamepad(std::size_t pad, const gamepad::GamepadState& state) override;
 
@@ -76,16 +71,13 @@ private:
         std::size_t pad;
         ScriptedPad* operator->() const { return &pads[pad]; }
     };
-    // Locks and records the call.
-    Held at(const char* operation, std::size_t pad);
+    Held at(std::size_t pad) { return {std::unique_lock(mutex_), pads_, pad}; }
 
     mutable std::mutex mutex_;
     std::vector<ScriptedPad> pads_;
     std::vector<gamepad::GamepadState> written_;
-    std::vector<std::string> calls_;
-    bool recording_ = true;
-    const std::thread::id maker_ = std::this_thread::get_id();
-    std::thread::id last_caller_;
+    std::vector<std::string> told_;
+    std::thread::id reader_;
     gamepad::AttachResult attach_result_ = gamepad::AttachResult::Success;
     std::size_t attach_pad_ = 0;
 };
