@@ -12,7 +12,7 @@
 #include <string>
 
 #include "support/random_seed.h"
-#include "windows/bench/mapped_board.h"
+#include "windows/mapped_board.h"
 
 namespace {
 

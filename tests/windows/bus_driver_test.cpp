@@ -8,7 +8,7 @@
 #include "backend/bus/bus_client.h"
 #include "backend/bus/bus_requests.h"
 #include "support/log_capture.h"
-#include "windows/bench/mapped_board.h"
+#include "windows/mapped_board.h"
 
 // Our bus client against the bench's bus driver under Wine (bench.sh runs it): what the client
 // sends shows on the pad board, and what the board says comes back through the driver.

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "windows/bench/pad_board_ops.h"
+#include "pad_board_ops.h"
 
 // The board named by ZEST_PAD_BOARD (a Linux path), mapped through Wine's drive Z:, for the
 // test programs that run in a bench session.
