@@ -164,17 +164,36 @@ protected:
 
     void add_node() {
         if (nodes_.size() == 8) return;
-        const hostkit::RegisteredNodeType& type = any_of(types_->types());
+        // Event nodes and rumbles are the ones the checks can follow: half of what is added.
+        std::vector<const hostkit::RegisteredNodeType*> types;
+        for (const hostkit::RegisteredNodeType& type : types_->types()) {
+            if (!chance(50) || type.id.find(".onbutton") != std::string::npos ||
+                type.id.ends_with(".rumblegamepad"))
+                types.push_back(&type);
+        }
+        if (types.empty()) return;
+        const hostkit::RegisteredNodeType& type = *any_of(types);
         WalkNode& node =
             nodes_.emplace_back(next_id_++, -1, type.id.substr(type.id.rfind('.') + 1));
         node.host = std::make_unique<HostNode>(type.id, type);
         node.host->node.child_sink().set_listener([this, id = node.id] { told_by_.push_back(id); });
         note("add ", describe(node));
         node.host->build();
+        if (chance(70)) select(node);  // as a user goes on to choose what it acts on
     }
+    // Half the time a node whose override runs, the case users meet when they delete a rumble.
     void destroy() {
-        if (nodes_.empty()) return;
-        WalkNode& node = any_of(nodes_);
+        std::vector<WalkNode*> choice;
+        for (const auto& [where, motor] : overrides_) {
+            const auto owner = std::ranges::find(nodes_, motor.owner, &WalkNode::id);
+            if (owner != nodes_.end() && chance(50)) choice.push_back(&*owner);
+        }
+        if (choice.empty()) {
+            for (WalkNode& node : nodes_)
+                choice.push_back(&node);
+        }
+        if (choice.empty()) return;
+        WalkNode& node = *any_of(choice);
         note("destroy ", describe(node));
         leave_selection(node);
         nodes_.erase(nodes_.begin() + (&node - nodes_.data()));
@@ -187,37 +206,46 @@ protected:
         node.attribute.clear();
         node.checked = false;
     }
-    // A pad not the virtual one, then an attribute (mostly a pressed button for an event node), a
-    // duration and a strength, as a user chooses them in the panel.
+    // A pad not the virtual one, then an attribute, a duration and a strength, as a user chooses
+    // them in the panel.
     void select() {
-        if (nodes_.empty()) return;
-        WalkNode& node = any_of(nodes_);
+        if (!nodes_.empty()) select(any_of(nodes_));
+    }
+    void select(WalkNode& node) {
         check_events();
         HostNode& host = *node.host;
         host.build();
         std::vector<hostkit::ListEntry> pads = entries(host.panel, "!gamepad");
         std::erase_if(pads,
                       [](auto& e) { return e.value < 0 || target_users().contains(e.value); });
+        // Often another pad than the one it has: a move must leave the old pad behind.
+        if (pads.size() > 1 && chance(50))
+            std::erase_if(pads, [&](auto& e) { return e.value == node.pad; });
         if (pads.empty()) return;
         const int pad = any_of(pads).value;
         host.panel.script_value("!gamepad", pad);
         host.build();
         std::vector<hostkit::ListEntry> attributes = entries(host.panel, "!attribute");
-        if (node.type.starts_with("onbutton") && chance(80))
-            std::erase_if(attributes,
-                          [&](auto& e) { return !buttons.contains(attribute_name(e.value)); });
+        // Mostly what the checks follow: button A or B for an event node, a motor for a rumble.
+        const bool event = node.type.starts_with("onbutton");
+        if ((event || node.type == "rumblegamepad") && chance(80))
+            std::erase_if(attributes, [&](auto& e) {
+                const std::string name = attribute_name(e.value);
+                return event ? !buttons.contains(name) : !name.starts_with("motor_");
+            });
         if (attributes.empty()) attributes = entries(host.panel, "!attribute");
         if (attributes.empty()) return pad != node.pad ? leave_selection(node) : void();
         const int attribute = any_of(attributes).value;
         host.panel.script_value("!attribute", attribute);
-        host.store.set("!seconds", std::array{0.05, 0.4, 3600.0}[random(3)]);
+        host.store.set("!seconds", std::array{0.05, 0.4, 3600.0, 3600.0}[random(4)]);
         host.store.set("!strength", std::array{0, 40, 100}[random(3)]);
         host.build();
         // Choosing what is chosen already changes nothing, the override included.
         if (pad != node.pad || attribute_name(attribute) != node.attribute) leave_selection(node);
         node.pad = pad;
         node.attribute = attribute_name(attribute);
-        node.checked = node.type.starts_with("onbutton");
+        // A pad the core has not read since it came may still tell what happened before.
+        node.checked = event && pads_[std::size_t(pad)].ready;
         node.expected.clear();
         node.told = 0;
         note("select ", describe(node));
@@ -326,6 +354,9 @@ protected:
     }
     // Down if up, up if down; each press or release node of the pad and button must tell it.
     void press(std::size_t user, std::uint16_t button) {
+        // A sleeping core would see only the net result when it wakes, and tell a node chosen
+        // meanwhile a release it never had.
+        if (!core_running()) return;
         Pad& pad = pads_[user];
         const bool down = (pad.held & button) == 0;
         note(down ? "press pad " : "release pad ", user, " ", button);
@@ -338,7 +369,7 @@ protected:
                 node.expected.push_back(transitions_);
         }
         ++transitions_;
-        if (core_running() && pad.ready) await_reads(user, stalled_);
+        if (pad.ready) await_reads(user, stalled_);
     }
     void fault() {
         const bool on = chance(40);
