@@ -552,7 +552,7 @@ protected:
 TEST_F(RandomWalkTest, EveryStepKeepsMotorsEventsTargetsAndStatusTrue) {
     const std::uint64_t seed = testsupport::random_seed();
     SCOPED_TRACE("ZEST_RANDOM_SEED=" + std::to_string(seed));
-    run(seed, testsupport::from_environment("ZEST_RANDOM_STEPS", 200));
+    run(seed, testsupport::from_environment("ZEST_RANDOM_STEPS", 300));
 }
 
 }  // namespace
