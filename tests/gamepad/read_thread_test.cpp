@@ -120,7 +120,9 @@ TEST_F(ReadThreadTest, WritersApplyInArrivalOrderUntilRemovedOrEnded) {
 // across both pads, with its own value at the attribute of its id; the views end right.
 TEST_F(ReadThreadTest, StalledTransitionsSurviveMetadataChangesAndLostDeliveriesInOrderAcrossPads) {
     const std::uint64_t seed = testsupport::random_seed();
-    SCOPED_TRACE("ZEST_RANDOM_SEED=" + std::to_string(seed));
+    const std::string replay = "ZEST_RANDOM_SEED=" + std::to_string(seed);
+    SCOPED_TRACE(replay);
+    const std::string delivery = "the delivery after a stall, " + replay;
     std::mt19937_64 random(seed);
     const std::vector<AttributeInfo> rows{{"a", AttributeType::Button, AttributeDirection::Input},
                                           {"b", AttributeType::Button, AttributeDirection::Input}};
@@ -172,7 +174,7 @@ TEST_F(ReadThreadTest, StalledTransitionsSurviveMetadataChangesAndLostDeliveries
             QCoreApplication::removePostedEvents(thread.get());
             continue;
         }
-        deliver();
+        deliver(delivery.c_str());
         // A pad that ends the stall unplugged has no attribute left to tell them at.
         std::erase_if(happened, [&](const std::string& t) { return !pads[t[0] - '0'].plugged; });
         ASSERT_EQ(told, happened) << "hold " << hold;
