@@ -191,34 +191,6 @@ TEST_F(ReadThreadTest, StalledTransitionsSurviveMetadataChangesAndLostDeliveries
     }
 }
 
-// Held up: pad 0's metadata changes, then an attach brings the virtual pad up on pad 1 in the
-// tick it runs. The users hear the answer before the note that followed it (the earlier note
-// merges into that one), and when the answer is told the pad it names is in the views already.
-TEST_F(ReadThreadTest, AttachAnswersAndMetadataNotesComeInTheOrderTheyHappened) {
-    start({pad_with(three_rows), pad_with(three_rows, false)});
-    step();
-    bool up_at_answer = false;
-    QObject::connect(
-        thread.get(), &ReadThread::virtual_gamepad_attach_success, log.get(),
-        [&](std::size_t pad) { up_at_answer = thread->exchange(pad).state_view()->is_connected; });
-    log->take();
-    set_pad(0, [](ScriptedPad& p) { p.metadata_changed = true; });
-    ASSERT_TRUE(ticks->step());
-    backend->script_attach(0, 1);
-    thread->push_command(AttachVirtualGamepad{0, 7});
-    set_pad(1, [](ScriptedPad& p) {
-        p.connected = true;
-        p.metadata_changed = true;
-    });
-    ASSERT_TRUE(ticks->step());
-    deliver();
-    std::vector<std::string> notes = log->take();
-    std::erase_if(notes,
-                  [](const std::string& s) { return s != "any" && !s.starts_with("attach"); });
-    EXPECT_THAT(notes, ElementsAre("attach success 1 7", "any"));
-    EXPECT_TRUE(up_at_answer);
-}
-
 // A user that runs a nested event loop inside a delivery, as a host showing a dialog does, keeps
 // the view it was given; what came meanwhile is told once that delivery is over, in order.
 TEST_F(ReadThreadTest, ANestedEventLoopInADeliveryDefersWhatCameMeanwhile) {

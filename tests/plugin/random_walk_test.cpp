@@ -26,6 +26,8 @@ constexpr auto unplug_backoff = 20s;
 const std::array<Subtype, 5> subtypes{Subtype::Gamepad, Subtype::Wheel, Subtype::FlightStick,
                                       Subtype::Guitar, Subtype::DrumKit};
 const std::map<std::string, std::uint16_t> buttons{{"button_a", 0x1000}, {"button_b", 0x2000}};
+const std::map<std::string, std::uint16_t zestsim::Vibration::*> motors{
+    {"motor_left", &zestsim::Vibration::left}, {"motor_right", &zestsim::Vibration::right}};
 // The driver's faults, each set or lifted by one call. A plug refused for every serial is tried
 // up to the last of them, seconds long, so only the first serials are refused.
 const std::map<std::string, std::function<void(bool)>> faults{
@@ -114,9 +116,6 @@ protected:
     void fail(const auto&... parts) {
         if (failure_.empty()) failure_ = text(parts...);
     }
-    bool unplugs_refused() const {
-        return faults_.contains("unplug refused") || faults_.contains("out of event handles");
-    }
     // Seen by the core since it was plugged.
     bool seen(std::size_t user) const {
         return zestsim::calls("XInputGetCapabilities", user) > pads_[user].asked;
@@ -198,10 +197,15 @@ protected:
         leave_selection(node);
         nodes_.erase(nodes_.begin() + (&node - nodes_.data()));
     }
+    // Ends the node's own override, not another node's; a stop may end either.
+    void end_override(const WalkNode& node, bool stopped = false) {
+        const auto found = overrides_.find({node.pad, node.attribute});
+        if (found != overrides_.end() && stopped) found->second.must_run = false;
+        if (found != overrides_.end() && found->second.owner == node.id) overrides_.erase(found);
+    }
     // A node's override ends with its selection or with the node; another node's goes on.
     void leave_selection(WalkNode& node) {
-        const auto found = overrides_.find({node.pad, node.attribute});
-        if (found != overrides_.end() && found->second.owner == node.id) overrides_.erase(found);
+        end_override(node);
         node.pad = -1;
         node.attribute.clear();
         node.checked = false;
@@ -261,11 +265,7 @@ protected:
         if (by_test && host.panel.find_text("Stop test") != nullptr) {
             note("stop test of ", describe(node));
             host.panel.script_click("Stop test");
-            // A stop may end whatever runs on the attribute, and ends the node's own for sure.
-            const auto found = overrides_.find({node.pad, node.attribute});
-            if (found != overrides_.end()) found->second.must_run = false;
-            if (found != overrides_.end() && found->second.owner == node.id)
-                overrides_.erase(found);
+            end_override(node, true);
             return host.build();
         }
         if (by_test && host.panel.find_text("Test") == nullptr) return;
@@ -447,7 +447,8 @@ protected:
         serve();
         serve();
         const Clock::time_point now = Clock::now();
-        if (unplugs_refused()) polled_since_answer_ = {};
+        if (faults_.contains("unplug refused") || faults_.contains("out of event handles"))
+            polled_since_answer_ = {};
         if (core_running()) polled_since_answer_ += now - last_settled_;
         last_settled_ = now;
         check_events();
@@ -511,12 +512,9 @@ protected:
     // override keeps it running unless something the walk did may have ended it.
     void check_motors() {
         for (std::size_t user = 0; user < pads_.size(); ++user) {
-            for (const std::string motor : {"motor_left", "motor_right"}) {
+            for (const auto& [motor, side] : motors) {
                 if (!pads_[user].plugged) continue;
-                const auto speed = [&] {
-                    const zestsim::Vibration v = zestsim::vibration(user);
-                    return motor == "motor_left" ? v.left : v.right;
-                };
+                const auto speed = [&] { return zestsim::vibration(user).*side; };
                 const auto found = overrides_.find({int(user), motor});
                 const Override* live = found == overrides_.end() ? nullptr : &found->second;
                 const auto may_run = [&] { return live && Clock::now() <= live->deadline + slack; };

@@ -20,19 +20,8 @@ bool ManualTicks::wait_until(Waiting what) {
     return changed_.wait_for(lock, std::chrono::seconds(10), [&] { return waiting_ == what; });
 }
 
-std::vector<std::int32_t> ManualTicks::armed() const {
-    std::lock_guard lock(mutex_);
-    return armed_;
-}
-
-void ManualTicks::arm(std::int32_t period_ms) {
-    std::lock_guard lock(mutex_);
-    armed_.push_back(period_ms);
-}
-
 void ManualTicks::cancel() {
     std::lock_guard lock(mutex_);
-    armed_.push_back(0);
     fired_ = false;
 }
 

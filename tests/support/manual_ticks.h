@@ -3,7 +3,6 @@
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
-#include <vector>
 
 #include "platform/tick_source.h"
 
@@ -20,14 +19,12 @@ public:
     bool step();
     // Test side. Waits until the thread waits on `what`, for a few seconds at most.
     bool wait_until(Waiting what);
-    // The periods the thread armed, in order, with a 0 for each cancel.
-    std::vector<std::int32_t> armed() const;
     // Test side, before the thread is made: as a timer or event the system refused to make.
     void refuse() { refused_ = true; }
 
     bool ready() const override { return !refused_; }
 
-    void arm(std::int32_t period_ms) override;
+    void arm(std::int32_t) override {}
     void cancel() override;
     void wait_timer_or_event() override { sleep(Waiting::TimerOrEvent); }
     void wait_event() override { sleep(Waiting::Event); }
@@ -36,13 +33,12 @@ public:
 private:
     void sleep(Waiting what);
 
-    mutable std::mutex mutex_;
+    std::mutex mutex_;
     std::condition_variable changed_;
     bool fired_ = false;
     bool event_ = false;
     Waiting waiting_ = Waiting::Nothing;
     std::uint64_t wakeups_ = 0;
-    std::vector<std::int32_t> armed_;
     bool refused_ = false;
 };
 

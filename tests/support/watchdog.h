@@ -4,7 +4,6 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
@@ -23,71 +22,51 @@ public:
     // Runs `call`, which does `what`.
     template <typename Call>
     static void guard(const char* what, Call&& call) {
-        Watchdog& dog = instance();
-        dog.enter(what);
+        // Never destroyed: its thread waits on it until the process ends.
+        static Watchdog& dog = *new Watchdog;
+        const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
+        {
+            const std::lock_guard lock(dog.mutex_);
+            if (dog.depth_++ == 0) dog.watched_ = {what, test, Clock::now() + limit};
+        }
+        dog.changed_.notify_one();
         call();
         const std::lock_guard lock(dog.mutex_);
         --dog.depth_;
     }
 
-    ~Watchdog() {
-        {
-            const std::lock_guard lock(mutex_);
-            stop_ = true;
-        }
-        changed_.notify_one();
-        thread_.join();
-    }
-
 private:
     using Clock = std::chrono::steady_clock;
+    struct Watched {
+        const char* what;
+        const ::testing::TestInfo* test;
+        Clock::time_point deadline;
+    };
 
-    Watchdog() : thread_([this] { watch(); }) {}
-
-    static Watchdog& instance() {
-        static Watchdog dog;
-        return dog;
-    }
-
-    void enter(const char* what) {
-        const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
-        const std::lock_guard lock(mutex_);
-        if (depth_++ != 0) return;
-        ++calls_;
-        what_ = what;
-        test_ = test;
-        deadline_ = Clock::now() + limit;
-        changed_.notify_one();
+    Watchdog() {
+        std::thread([this] { watch(); }).detach();
     }
 
     void watch() {
         std::unique_lock lock(mutex_);
-        while (!stop_) {
-            if (depth_ == 0) {
-                changed_.wait(lock, [&] { return stop_ || depth_ != 0; });
-                continue;
-            }
-            const std::uint64_t call = calls_;
-            if (changed_.wait_until(lock, deadline_,
-                                    [&] { return stop_ || depth_ == 0 || calls_ != call; }))
+        while (true) {
+            changed_.wait(lock, [&] { return depth_ != 0; });
+            const Clock::time_point deadline = watched_.deadline;
+            if (changed_.wait_until(lock, deadline,
+                                    [&] { return depth_ == 0 || watched_.deadline != deadline; }))
                 continue;
             std::fprintf(stderr, "[  FAILED  ] %s.%s: %s did not return within %lld s\n",
-                         test_ ? test_->test_suite_name() : "?", test_ ? test_->name() : "?", what_,
+                         watched_.test ? watched_.test->test_suite_name() : "?",
+                         watched_.test ? watched_.test->name() : "?", watched_.what,
                          static_cast<long long>(limit.count()));
-            std::fflush(stderr);
             std::abort();
         }
     }
 
     std::mutex mutex_;
     std::condition_variable changed_;
-    bool stop_ = false;
     int depth_ = 0;
-    std::uint64_t calls_ = 0;
-    const char* what_ = "";
-    const ::testing::TestInfo* test_ = nullptr;
-    Clock::time_point deadline_;
-    std::thread thread_;  // last, so that it starts with everything above made
+    Watched watched_{};
 };
 
 }  // namespace testsupport
