@@ -53,10 +53,6 @@ protected:
     }
 
     static void fire(HostNode& node) { node.receive(hostkit::create_event()); }
-    static void click(HostNode& node, const std::string& button) {
-        node.panel.script_click(button);
-        node.build();
-    }
 };
 
 // Button, trigger and stick need the virtual pad: until it is connected their panels show its
@@ -139,7 +135,8 @@ TEST_F(ActionNodeTest, ChangesOfSelectionOrPadEndOverridesAndOddStoresHoldNothin
     auto node = make_node("pressgamepadbutton");
     node->store.set("!seconds", 1e12);
     select_attribute(*node, virtual_pad, "B button");
-    click(*node, "Test");
+    node->panel.script_click("Test");
+    node->build();
     ASSERT_TRUE(eventually([] { return shown().buttons == button_b; }));
     select_attribute(*node, virtual_pad, "A button");
     ASSERT_TRUE(eventually([] { return shown().buttons == 0; }));
