@@ -2,13 +2,10 @@
 
 #include <set>
 #include <string>
-#include <thread>
 
 #include "backend/attribute_labels.h"
 #include "backend/attribute_table.h"
 #include "backend/gamepad_names.h"
-#include "hostapi/host_wrappers.h"
-#include "support/kit_fixture.h"
 
 namespace gamepad {
 namespace {
@@ -35,18 +32,15 @@ TEST(AttributeTable, UniqueIdsAndEachXInputButtonBitOnce) {
                  attribute_rows[row_trigger_right].generic_label_key);
 }
 
-// Device kinds override a few labels and the name (read through the translated names); every
-// other subtype is generic.
+// Device kinds override a few labels and the name (a drum kit's and a wheel's are read through
+// the backend); every other subtype is generic.
 TEST(AttributeTable, LabelAndNameKeysBySubtype) {
     const struct {
         std::uint8_t subtype;
         std::size_t row;
         const char* key;
-    } overrides[] = {{8, 13, "DrumkitGamepad.ButtonA"},
-                     {8, 0, "GenericGamepad.ButtonDPadUp"},
-                     {6, 20, "Whammy bar/vertical orientation"},
+    } overrides[] = {{6, 20, "Whammy bar/vertical orientation"},
                      {6, 17, "GenericGamepad.TriggerLeft"},  // guitars keep these
-                     {2, 10, "WheelGamepad.TriggerLeft"},
                      {2, 18, "WheelGamepad.TriggerRight"},
                      {2, 20, "GenericGamepad.StickRight"},  // wheels keep this
                      {4, 20, "FlightStickGamepad.StickRight"}};
@@ -59,23 +53,6 @@ TEST(AttributeTable, LabelAndNameKeysBySubtype) {
             EXPECT_STREQ(attribute_label_key(generic, row), attribute_rows[row].generic_label_key);
     }
     EXPECT_EQ(attribute_label_key(1, attribute_rows.size()), nullptr);
-}
-
-using TranslatedNames = KitTest;
-
-// Pads count from one, the polling thread may build names too, and every string is released.
-TEST_F(TranslatedNames, PadsCountFromOneFromAnyThreadAndEveryStringIsReleased) {
-    plugin_host_handle = hostkit::host_handle();
-    QByteArray from_thread;
-    std::thread worker([&] { from_thread = translated_gamepad_name(4, 2); });
-    EXPECT_EQ(translated_gamepad_name(0, 0), "GenericGamepad.Name.1");
-    worker.join();
-    EXPECT_EQ(from_thread, "FlightStickGamepad.Name.3");
-    EXPECT_EQ(translated_gamepad_name(6, 3), "GuitarGamepad.Name.4");
-
-    ASSERT_TRUE(hostkit::load_translations(ZEST_ENGLISH_TABLE));
-    EXPECT_EQ(translated_gamepad_name(2, 1), "Wheel 2");
-    EXPECT_THAT(hostkit::check(), ::testing::IsEmpty());
 }
 
 }  // namespace

