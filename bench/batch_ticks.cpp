@@ -6,13 +6,15 @@
 
 namespace bench {
 
-BatchTicks::Figures BatchTicks::run(int warm, int measured, std::function<void()> between) {
+BatchTicks::Figures BatchTicks::run(int warm, int measured, std::function<void()> between,
+                                    TickProbe* probe) {
     QEventLoop loop;
     {
         std::lock_guard lock(mutex_);
         warm_ = warm;
         measured_ = measured;
         between_ = std::move(between);
+        probe_ = probe;
         waiting_ = &loop;
         asked_ = true;
         changed_.notify_all();
@@ -24,15 +26,17 @@ BatchTicks::Figures BatchTicks::run(int warm, int measured, std::function<void()
 
 // Called before each tick of a batch: the ticks_ - 1 before it have run.
 void BatchTicks::count_tick() {
+    if (ticks_ > warm_ && probe_ != nullptr) probe_->tick_ended();
     ++ticks_;
     if (ticks_ == warm_ + 1) {
         excluded_cpu_ = 0;
+        excluded_allocations_ = 0;
         allocations_ = std::make_unique<testsupport::AllocationCounter>();
         start_cpu_ = own_cpu_ns();
     } else if (ticks_ == warm_ + measured_ + 1) {
         const std::int64_t cpu = own_cpu_ns() - start_cpu_ - excluded_cpu_;
         const auto ticks = static_cast<double>(measured_);
-        const std::size_t allocations = allocations_->count();
+        const std::size_t allocations = allocations_->count() - excluded_allocations_;
         allocations_.reset();
         running_ = false;
         std::lock_guard lock(mutex_);
@@ -40,14 +44,16 @@ void BatchTicks::count_tick() {
         QMetaObject::invokeMethod(waiting_, &QEventLoop::quit, Qt::QueuedConnection);
         return;
     }
-    if (ticks_ > warm_ && between_) {
+    if (ticks_ <= warm_) return;
+    if (between_) {
+        // Counted by the batch's counter, then taken out: a second counter would end its count.
+        const std::size_t allocations = allocations_->count();
         const std::int64_t before = own_cpu_ns();
-        {
-            const testsupport::AllocationCounter outside;  // takes the count while it lives
-            between_();
-        }
+        between_();
         excluded_cpu_ += own_cpu_ns() - before;
+        excluded_allocations_ += allocations_->count() - allocations;
     }
+    if (probe_ != nullptr) probe_->tick_starts();
 }
 
 void BatchTicks::wait_timer_or_event() {

@@ -10,17 +10,22 @@
 
 namespace bench {
 
-void sample_cpu_shares(pid_t ours, pid_t peer, int windows, int window_ms, CpuShares& into) {
+void sample_cpu_shares(const std::vector<pid_t>& threads, int windows, int window_ms,
+                       std::vector<std::vector<double>>& into) {
+    into.resize(threads.size());
+    std::vector<std::int64_t> cpu(threads.size());
     for (int window = 0; window < windows; ++window) {
         const std::int64_t wall = platform::monotonic_now_ns();
-        const std::int64_t our_cpu = thread_cpu_ns(ours);
-        const std::int64_t peer_cpu = thread_cpu_ns(peer);
+        for (std::size_t t = 0; t < threads.size(); ++t)
+            cpu[t] = thread_cpu_ns(threads[t]);
         QEventLoop loop;
         QTimer::singleShot(window_ms, &loop, &QEventLoop::quit);
         loop.exec();
         const auto elapsed = static_cast<double>(platform::monotonic_now_ns() - wall);
-        into.ours.push_back(100.0 * static_cast<double>(thread_cpu_ns(ours) - our_cpu) / elapsed);
-        into.peer.push_back(100.0 * static_cast<double>(thread_cpu_ns(peer) - peer_cpu) / elapsed);
+        for (std::size_t t = 0; t < threads.size(); ++t) {
+            const auto used = static_cast<double>(thread_cpu_ns(threads[t]) - cpu[t]);
+            into[t].push_back(100.0 * used / elapsed);
+        }
     }
 }
 

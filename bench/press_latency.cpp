@@ -21,8 +21,8 @@ void random_pause(std::mt19937& random) {
 
 }  // namespace
 
-PressPath::PressPath(std::function<void(bool)> press, std::function<std::uint64_t()> reads)
-    : press_(std::move(press)), reads_(std::move(reads)) {
+PressPath::PressPath(std::function<void(bool)> press, std::function<Polls()> polls)
+    : press_(std::move(press)), polls_(std::move(polls)) {
     arrivals_.reserve(1 << 14);
 }
 
@@ -49,9 +49,9 @@ void PressPath::press_once(std::mt19937& random) {
     lock.unlock();
 
     press_(false);
-    const std::uint64_t reads = reads_();
+    const std::uint64_t polls = polls_().at_most;
     const auto give_up = std::chrono::steady_clock::now() + 1s;
-    while (reads_() < reads + 2 && std::chrono::steady_clock::now() < give_up)
+    while (polls_().at_least < polls + 2 && std::chrono::steady_clock::now() < give_up)
         std::this_thread::sleep_for(100us);
 
     lock.lock();

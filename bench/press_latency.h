@@ -5,6 +5,7 @@
 #include <functional>
 #include <mutex>
 #include <random>
+#include <utility>
 #include <vector>
 
 namespace bench {
@@ -13,6 +14,11 @@ namespace bench {
 // and the arrivals of the presses on the main thread.
 class PressPath {
 public:
+    // How often the source has been polled: a range, for a count that another reader blurs.
+    struct Polls {
+        std::uint64_t at_least = 0;
+        std::uint64_t at_most = 0;
+    };
     struct Figures {
         std::vector<double> latencies_us;
         int presses = 0;
@@ -20,19 +26,19 @@ public:
         int doubled = 0;  // arrivals beyond the first of a press
     };
 
-    PressPath(std::function<void(bool)> press, std::function<std::uint64_t()> reads);
+    PressPath(std::function<void(bool)> press, std::function<Polls()> polls);
 
     // Main thread: a press arrived. Stamped here, first.
     void arrived();
     // The pressing thread: after a random pause, presses and waits for the arrival, releases and
     // waits until the source was polled twice, so that the next press is a press of its own.
     void press_once(std::mt19937& random);
-    // Once the pressing is over.
-    const Figures& figures() const { return figures_; }
+    // Once the pressing is over: the figures since the last take.
+    Figures take_figures() { return std::exchange(figures_, {}); }
 
 private:
     std::function<void(bool)> press_;
-    std::function<std::uint64_t()> reads_;
+    std::function<Polls()> polls_;
     std::mutex mutex_;
     std::condition_variable changed_;
     std::vector<std::int64_t> arrivals_;  // under mutex_
