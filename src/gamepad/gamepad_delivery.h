@@ -26,8 +26,11 @@ public:
     // Starts telling `view`, whose values it keeps aside until finish().
     void begin(GamepadPublication& view);
     // The next transition to tell, or null when the pad has none left.
+    // One that does not come after the last told ends the telling, so a damaged record can't
+    // hold the main thread in a loop.
     const ButtonTransition* next_transition(const GamepadPublication& view) const {
-        return view.transitions.next_after(sequence_);
+        const ButtonTransition* next = view.transitions.next_after(sequence_);
+        return next != nullptr && next->sequence > sequence_ ? next : nullptr;
     }
     // Tells that transition: the position at which the view now shows its value, or `none` when
     // it repeats what the users saw last or its attribute is gone.

@@ -13,7 +13,6 @@
 #include "support/eventually.h"
 #include "support/manual_ticks.h"
 #include "support/scripted_backend.h"
-#include "support/watchdog.h"
 
 namespace gamepad {
 
@@ -33,10 +32,9 @@ inline ScriptedPad pad_with(const std::vector<AttributeInfo>& rows, bool connect
         .connected = connected, .rows = rows, .values = std::vector<AttributeValue>(rows.size())};
 }
 
-// Delivers what the polling thread queued for the main thread; a delivery that never ends fails
-// the run, naming `what`.
-inline void deliver(const char* what = "a delivery to the main thread") {
-    testsupport::Watchdog::guard(what, [] { QCoreApplication::processEvents(); });
+// Delivers what the polling thread queued for the main thread.
+inline void deliver() {
+    QCoreApplication::processEvents();
 }
 
 // Makes the scripted backend and the hand-stepped ticks when the code under test asks for them,
