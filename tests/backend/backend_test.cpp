@@ -40,11 +40,10 @@ protected:
         KitTest::TearDown();
     }
     // A read as the polling thread makes it, into the pad's own state, which is kept between
-    // reads and sized to the present list; `state` is a copy of the pad's last read.
+    // reads and sized by the backend after the first; `state` is a copy of the pad's last read.
     ReadFlags read(std::size_t pad) {
         GamepadState& own = states[pad];
-        if (own.values.size() != backend->attribute_count(pad))
-            own.values.assign(backend->attribute_count(pad), AttributeValue());
+        if (own.values.empty()) own.values.assign(backend->attribute_count(pad), AttributeValue());
         const ReadFlags flags = backend->read_gamepad(pad, own);
         state = own;
         return flags;
@@ -137,6 +136,22 @@ TEST_F(XInputBackendTest, DecodesButtonsTriggersAndSticksAtTheirEndsAndScansTheC
         std::vector<double>({l.deadzone, l.x, l.y, r.deadzone, r.x, r.y}),
         std::vector<double>({7849.0 / 32767.0, -1.0, 1.0, 8689.0 / 32767.0, 0.0, -1.0 / 32768.0}));
     EXPECT_EQ(value(0, "motor_left").kind, AttributeValue::Kind::Empty);
+
+    // A report read again unchanged is not decoded again; a change of any one field is read.
+    const std::vector<void (*)(zestsim::PadState&)> nudges{[](zestsim::PadState& s) { s.buttons ^= 0x0001; },
+                                                           [](zestsim::PadState& s) { ++s.left_trigger; },
+                                                           [](zestsim::PadState& s) { ++s.right_trigger; },
+                                                           [](zestsim::PadState& s) { ++s.thumb_lx; },
+                                                           [](zestsim::PadState& s) { ++s.thumb_ly; },
+                                                           [](zestsim::PadState& s) { ++s.thumb_rx; },
+                                                           [](zestsim::PadState& s) { ++s.thumb_ry; }};
+    zestsim::PadState pad;
+    for (std::size_t field = 0; field <= nudges.size(); ++field) {
+        zestsim::set_pad_state(0, pad);
+        EXPECT_EQ(read(0), ReadFlags()) << "after field " << field;
+        EXPECT_EQ(read(0), ReadFlags(ReadFlag::Unchanged)) << "after field " << field;
+        if (field < nudges.size()) nudges[field](pad);
+    }
 
     zestsim::Capabilities caps;  // a trigger of 20: analogue without the digital view
     caps.controls.buttons = 0x1000;
@@ -259,6 +274,10 @@ TEST_F(ViGEmBackendTest, ARefusedUnplugKeepsTheTargetUntilTheBusTakesItBack) {
     }));
 
     backend->detach_virtual_gamepad(pad);
+    // The slot's own view again: nothing the virtual pad showed is left at its motors.
+    EXPECT_EQ(read(pad), ReadFlags(ReadFlag::MetadataChanged));
+    EXPECT_EQ(value(pad, "motor_left").kind, AttributeValue::Kind::Empty);
+    EXPECT_EQ(value(pad, "motor_right").kind, AttributeValue::Kind::Empty);
     std::vector<int> asked_at;
     for (int refresh = 1; refresh <= 40; ++refresh) {
         const std::uint64_t before = zestsim::ioctl_calls(BUS_IOCTL_UNPLUG_TARGET);
