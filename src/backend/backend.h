@@ -49,8 +49,9 @@ public:
     virtual void detach_virtual_gamepad(std::size_t pad) = 0;
     // At most once a second: lets empty slots be polled once more.
     virtual void refresh_gamepads() = 0;
-    // Writes `state.values` by position, resizing it itself when the attribute count changes
-    // (and then reports MetadataChanged). Leaves `state.is_connected` alone when it does not poll.
+    // Writes every position of `state.values`, resizing it itself when the attribute count
+    // changes (and then reports MetadataChanged); or reports Unchanged and writes nothing. So the
+    // caller hands the same state every tick and leaves it alone between reads.
     virtual ReadFlags read_gamepad(std::size_t pad, GamepadState& state) = 0;
     // Empty positions mean that no writer set them this tick; they read as zero.
     virtual void write_gamepad(std::size_t pad, const GamepadState& state) = 0;

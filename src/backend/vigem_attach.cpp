@@ -195,6 +195,7 @@ void ViGEmBackend::reset_virtual_pad() {
     virtual_pad_.user_index = 0;
     virtual_pad_.motor_large.store(0, std::memory_order_relaxed);
     virtual_pad_.motor_small.store(0, std::memory_order_relaxed);
+    virtual_pad_.motors_read = {};
     virtual_pad_.last_report = BusX360Report{};
     virtual_pad_.attribute_map.clear();
     virtual_pad_.physical_state = GamepadState();

@@ -21,6 +21,10 @@ struct VirtualPad {
     // ordered by them, so relaxed.
     std::atomic<std::uint16_t> motor_large{0};
     std::atomic<std::uint16_t> motor_small{0};
+    struct {
+        std::uint16_t large = 0;
+        std::uint16_t small = 0;
+    } motors_read;  // as the last read that wrote the state found them
     BusX360Report last_report{};
     std::vector<std::size_t> attribute_map;  // per row, its position in the XInput view
     GamepadState physical_state;             // the XInput view of the slot

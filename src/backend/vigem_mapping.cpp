@@ -84,8 +84,9 @@ ReadFlags ViGEmBackend::read_gamepad(std::size_t pad, GamepadState& state) {
         if (static_cast<std::int32_t>(pad) != detached_pad_) {
             return XInputBackend::read_gamepad(pad, state);
         }
+        // The caller's state still holds the virtual pad's view: the slot's is written afresh.
         detached_pad_ = -1;
-        state.values.resize(slot_size(pad));
+        forget_last_read(pad);
         return XInputBackend::read_gamepad(pad, state) | ReadFlag::MetadataChanged;
     }
     ReadFlags flags;
@@ -93,24 +94,33 @@ ReadFlags ViGEmBackend::read_gamepad(std::size_t pad, GamepadState& state) {
         state.values.resize(attribute_row_count);
         flags |= ReadFlag::MetadataChanged;
         virtual_pad_.metadata_sent = true;
+        forget_last_read(pad);  // the slot's view starts afresh in physical_state
     }
     GamepadState& physical = virtual_pad_.physical_state;
-    physical.values.clear();
-    physical.values.resize(slot_size(pad));
-    flags |= XInputBackend::read_gamepad(pad, physical);
+    const ReadFlags physical_flags = XInputBackend::read_gamepad(pad, physical);
+    const std::uint16_t large = virtual_pad_.motor_large.load(std::memory_order_relaxed);
+    const std::uint16_t small = virtual_pad_.motor_small.load(std::memory_order_relaxed);
+    if (physical_flags.testFlag(ReadFlag::Unchanged)) {
+        if (!flags && large == virtual_pad_.motors_read.large &&
+            small == virtual_pad_.motors_read.small) {
+            return ReadFlag::Unchanged;
+        }
+    } else {
+        flags |= physical_flags;
+    }
+    virtual_pad_.motors_read = {large, small};
     state.is_connected = physical.is_connected;
     if (flags.testFlag(ReadFlag::MetadataChanged)) rebuild_attribute_map(pad);
     const std::size_t rows = std::min(state.values.size(), attribute_row_count);
     for (std::size_t row = 0; row < rows; ++row) {
         if (row == row_motor_left || row == row_motor_right) {
-            const auto& motor =
-                row == row_motor_left ? virtual_pad_.motor_large : virtual_pad_.motor_small;
             state.values[row] =
-                AttributeValue::make_motor(motor.load(std::memory_order_relaxed) / motor_scale);
+                AttributeValue::make_motor((row == row_motor_left ? large : small) / motor_scale);
             continue;
         }
         const std::size_t j = virtual_pad_.attribute_map[row];
-        if (j != none && j < physical.values.size()) state.values[row] = physical.values[j];
+        state.values[row] =
+            j != none && j < physical.values.size() ? physical.values[j] : AttributeValue();
     }
     return flags;
 }

@@ -1,6 +1,7 @@
 #include "backend/xinput_backend.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "backend/attribute_labels.h"
 #include "backend/attribute_table.h"
@@ -41,12 +42,25 @@ bool has_row(const XINPUT_CAPABILITIES& caps, std::size_t row) {
     }
 }
 
-// The rows that a pad with these capabilities has, appended to an empty list. The capabilities
+// The rows that a pad with these capabilities has, and where its motors are. The capabilities
 // are read once per connection.
-void scan_features(const XINPUT_CAPABILITIES& capabilities, std::vector<std::size_t>& attributes) {
+void scan_features(const XINPUT_CAPABILITIES& capabilities, GamepadSlot& slot) {
+    slot.attributes.clear();
     for (std::size_t row = 0; row < attribute_rows.size(); ++row) {
-        if (has_row(capabilities, row)) attributes.push_back(row);
+        if (has_row(capabilities, row)) slot.attributes.push_back(row);
     }
+    const auto position_of = [&](std::size_t row) {
+        const auto found = std::find(slot.attributes.begin(), slot.attributes.end(), row);
+        return static_cast<std::size_t>(found - slot.attributes.begin());
+    };
+    slot.motor_left = position_of(row_motor_left);
+    slot.motor_right = position_of(row_motor_right);
+}
+
+bool same_report(const XINPUT_GAMEPAD& a, const XINPUT_GAMEPAD& b) {
+    return a.wButtons == b.wButtons && a.bLeftTrigger == b.bLeftTrigger &&
+           a.bRightTrigger == b.bRightTrigger && a.sThumbLX == b.sThumbLX &&
+           a.sThumbLY == b.sThumbLY && a.sThumbRX == b.sThumbRX && a.sThumbRY == b.sThumbRY;
 }
 
 AttributeValue decode(std::size_t row, const XINPUT_GAMEPAD& pad) {
@@ -118,37 +132,39 @@ void XInputBackend::refresh_gamepads() {
         slot.needs_poll = true;
 }
 
+// The report is compared before anything is decoded, so a pad at rest costs its XInput call.
 ReadFlags XInputBackend::read_gamepad(std::size_t pad, GamepadState& state) {
     GamepadSlot& slot = slots_[pad];
-    if (!slot.connected && !slot.needs_poll) return {};
-    slot.needs_poll = false;
+    const bool known = std::exchange(slot.report_known, true);
+    if (!slot.connected && !slot.needs_poll && known) return ReadFlag::Unchanged;
+    const bool poll = slot.connected || std::exchange(slot.needs_poll, false);
     XINPUT_STATE raw{};
-    if (XInputGetState(static_cast<DWORD>(pad), &raw) != ERROR_SUCCESS) {
-        state.is_connected = false;
-        if (!slot.connected) return {};
-        slot.connected = false;
+    if (!poll || XInputGetState(static_cast<DWORD>(pad), &raw) != ERROR_SUCCESS) {
+        if (!slot.connected && known) return ReadFlag::Unchanged;
+        const bool was_connected = std::exchange(slot.connected, false);
         slot.subtype = 0;
         slot.attributes.clear();
-        state.values.resize(attribute_row_count);
-        return ReadFlag::MetadataChanged;
+        state.is_connected = false;
+        state.values.assign(attribute_row_count, AttributeValue());
+        return was_connected ? ReadFlags(ReadFlag::MetadataChanged) : ReadFlags();
     }
-    state.is_connected = true;
     const bool first = !slot.connected;
+    if (!first && known && same_report(raw.Gamepad, slot.report)) return ReadFlag::Unchanged;
     if (first) {
         slot.connected = true;
         XINPUT_CAPABILITIES capabilities{};
         XInputGetCapabilities(static_cast<DWORD>(pad), 0, &capabilities);
         slot.subtype = capabilities.SubType;
-        slot.attributes.clear();
-        scan_features(capabilities, slot.attributes);
-        state.values.resize(slot.attributes.size());
+        scan_features(capabilities, slot);
     }
-    const std::size_t count = std::min(slot.attributes.size(), state.values.size());
-    for (std::size_t position = 0; position < count; ++position) {
+    slot.report = raw.Gamepad;
+    state.is_connected = true;
+    state.values.resize(slot.attributes.size());
+    for (std::size_t position = 0; position < slot.attributes.size(); ++position) {
         const std::size_t row = slot.attributes[position];
-        if (attribute_rows[row].info.type != AttributeType::Motor) {
-            state.values[position] = decode(row, raw.Gamepad);
-        }
+        state.values[position] = attribute_rows[row].info.type == AttributeType::Motor
+                                     ? AttributeValue()
+                                     : decode(row, raw.Gamepad);
     }
     return first ? ReadFlags(ReadFlag::MetadataChanged) : ReadFlags();
 }
@@ -156,14 +172,11 @@ ReadFlags XInputBackend::read_gamepad(std::size_t pad, GamepadState& state) {
 void XInputBackend::write_gamepad(std::size_t pad, const GamepadState& state) {
     GamepadSlot& slot = slots_[pad];
     if (!slot.connected) return;
-    std::uint16_t left = 0;
-    std::uint16_t right = 0;
-    const std::size_t count = std::min(slot.attributes.size(), state.values.size());
-    for (std::size_t position = 0; position < count; ++position) {
-        const std::size_t row = slot.attributes[position];
-        if (row == row_motor_left) left = motor_speed(state.values[position]);
-        if (row == row_motor_right) right = motor_speed(state.values[position]);
-    }
+    const auto speed = [&](std::size_t position) -> std::uint16_t {
+        return position < state.values.size() ? motor_speed(state.values[position]) : 0;
+    };
+    const std::uint16_t left = speed(slot.motor_left);
+    const std::uint16_t right = speed(slot.motor_right);
     if (left == slot.vibration.left && right == slot.vibration.right) return;
     XINPUT_VIBRATION vibration{left, right};
     XInputSetState(static_cast<DWORD>(pad), &vibration);

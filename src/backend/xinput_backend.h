@@ -7,19 +7,26 @@
 
 #include "backend/backend.h"
 #include "backend/backend_constants.h"
+#include "platform/win32.h"
 
 namespace gamepad {
 
-// One XInput user index as the backend last saw it.
+// One XInput user index as the backend last saw it. What an idle tick reads sits at the front,
+// in one cache line.
 struct GamepadSlot {
     bool connected = false;
-    bool needs_poll = false;              // poll at the next read although not connected
-    std::vector<std::size_t> attributes;  // the pad's rows, ascending; empty while not connected
+    bool needs_poll = false;    // poll at the next read although not connected
+    bool report_known = false;  // `report` is what the state that the last read wrote holds
     std::uint8_t subtype = 0;
+    XINPUT_GAMEPAD report{};
     struct {
         std::uint16_t left = 0;
         std::uint16_t right = 0;
     } vibration;  // what XInputSetState was last given; kept through a disconnection
+    // Positions of the motors on the pad's list; `attributes.size()` for a motor it lacks.
+    std::size_t motor_left = 0;
+    std::size_t motor_right = 0;
+    std::vector<std::size_t> attributes;  // the pad's rows, ascending; empty while not connected
 };
 
 // The four XInput pads. Only a connected pad is polled every tick; an empty slot once after
@@ -54,6 +61,9 @@ public:
 protected:
     // The attribute table's row at `position` of the pad's present list.
     std::size_t row_at(std::size_t pad, std::size_t position) const;
+    // The next read of the pad writes its whole state, although the pad may read the same: for
+    // a caller that hands a state other than the one the last read wrote.
+    void forget_last_read(std::size_t pad) { slots_[pad].report_known = false; }
 
     std::array<GamepadSlot, xinput_pad_count> slots_;  // the polling thread's alone
 };

@@ -15,6 +15,8 @@ void CommandQueue::push(Command command) {
 }
 
 std::unique_ptr<CommandQueue::Batch> CommandQueue::take() {
+    // Looking first keeps an idle tick from taking the line away from the main thread.
+    if (pending_.load(std::memory_order_relaxed) == nullptr) return nullptr;
     return std::unique_ptr<Batch>(pending_.exchange(nullptr));
 }
 

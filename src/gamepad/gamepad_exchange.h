@@ -14,6 +14,7 @@ namespace gamepad {
 // main thread has told its users. Each plain field belongs to the one side named beside it.
 struct GamepadExchange {
     bool metadata_changed = false;          // polling thread
+    bool read_unchanged = false;            // polling thread: this tick's read wrote nothing
     std::uint64_t metadata_generation = 0;  // polling thread: counts the metadata changes
     GamepadMetadata metadata;               // polling thread: the working copy
     GamepadState state;                     // polling thread: as of the last publish step

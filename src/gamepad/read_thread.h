@@ -122,6 +122,8 @@ private:
     std::vector<GamepadState> output_states_;
     std::vector<WriterEntry> writers_;
     QElapsedTimer refresh_timer_;
+    bool outputs_touched_ = false;        // a writer may have set outputs since they were emptied
+    bool awaiting_collection_ = false;    // news was posted that the main thread may not have taken
     std::uint64_t transition_order_ = 0;  // counts the transitions of all pads
     DeliveryNotes notes_;
     bool notes_changed_ = false;

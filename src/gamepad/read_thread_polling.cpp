@@ -102,15 +102,19 @@ void ReadThread::run_command(Command& command) {
     }
 }
 
-// Each pad's reads, and outputs that start the tick empty, both sized to its metadata.
+// Each pad's reads, and outputs that start the tick empty, both sized to its metadata. A pad that
+// reads as before costs its read and nothing else; outputs that no writer touched stay as they
+// are, empty.
 bool ReadThread::read_gamepads() {
     bool any_metadata_changed = false;
     for (std::size_t i = 0; i < gamepad_count_; ++i) {
         GamepadExchange& exchange = gamepads_[i];
-        std::vector<AttributeValue>& input = input_states_[i].values;
-        input.clear();
-        input.resize(exchange.metadata.attributes.size());
-        if (backend_->read_gamepad(i, input_states_[i]).testFlag(ReadFlag::MetadataChanged)) {
+        GamepadState& input = input_states_[i];
+        if (input.values.size() != exchange.metadata.attributes.size())
+            input.values.assign(exchange.metadata.attributes.size(), AttributeValue());
+        const ReadFlags flags = backend_->read_gamepad(i, input);
+        exchange.read_unchanged = flags.testFlag(ReadFlag::Unchanged);
+        if (flags.testFlag(ReadFlag::MetadataChanged)) {
             exchange.metadata_changed = true;
             refresh_metadata(i, exchange);
             QMessageLogger().debug("Gamepad: updated metadata of gamepad %i with %i attributes",
@@ -118,8 +122,8 @@ bool ReadThread::read_gamepads() {
                                    static_cast<int>(exchange.metadata.attributes.size()));
         }
         std::vector<AttributeValue>& output = output_states_[i].values;
-        output.clear();
-        output.resize(exchange.metadata.attributes.size());
+        if (outputs_touched_ || output.size() != exchange.metadata.attributes.size())
+            output.assign(exchange.metadata.attributes.size(), AttributeValue());
         any_metadata_changed = any_metadata_changed || exchange.metadata_changed;
     }
     return any_metadata_changed;
@@ -155,6 +159,7 @@ void ReadThread::drop_inactive_writers() {
 }
 
 void ReadThread::run_writers(bool any_metadata_changed) {
+    outputs_touched_ = !writers_.empty();
     for (WriterEntry& entry : writers_) {
         if (any_metadata_changed) entry.writer->resolve(*backend_);
         entry.writer->apply(input_states_, output_states_);

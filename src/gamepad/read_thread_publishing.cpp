@@ -21,6 +21,7 @@ bool ReadThread::publish(bool any_metadata_changed) {
 // Only what the pad reported is compared and published, never what the writers made of it.
 bool ReadThread::publish_gamepad(std::size_t gamepad) {
     GamepadExchange& e = gamepads_[gamepad];
+    if (e.read_unchanged && !e.metadata_changed) return false;
     const GamepadState& input = input_states_[gamepad];
     if (e.metadata_changed) ++e.metadata_generation;
     bool values_changed = false;
@@ -65,8 +66,14 @@ bool ReadThread::publish_notes() {
 }
 
 void ReadThread::post_delivery(bool news) {
-    // A delivery that Qt destroyed undelivered left its news in the channels: post it again.
-    if (!news && (delivery_pending_.load() || !uncollected_news())) return;
+    // A delivery that Qt destroyed undelivered left its news in the channels: post it again. The
+    // channels are looked at only until the main thread has collected what was posted.
+    if (!news) {
+        if (!awaiting_collection_ || delivery_pending_.load()) return;
+        awaiting_collection_ = uncollected_news();
+        if (!awaiting_collection_) return;
+    }
+    awaiting_collection_ = true;
     if (delivery_pending_.exchange(true)) return;
     QCoreApplication::postEvent(
         this, DeliveryEvent::make(delivery_slots_.get(), delivery_slot_count, &delivery_pending_));

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <string>
@@ -36,11 +37,14 @@ protected:
         EXPECT_EQ(zestsim::pending_requests(), 0u);
         KitTest::TearDown();
     }
-    // A read as the polling thread makes it: values emptied and sized to the present list.
+    // A read as the polling thread makes it, into the pad's own state, which is kept between
+    // reads and sized by the backend after the first; `state` is a copy of the pad's last read.
     ReadFlags read(std::size_t pad) {
-        state.values.clear();
-        state.values.resize(backend->attribute_count(pad));
-        return backend->read_gamepad(pad, state);
+        GamepadState& own = states[pad];
+        if (own.values.empty()) own.values.assign(backend->attribute_count(pad), AttributeValue());
+        const ReadFlags flags = backend->read_gamepad(pad, own);
+        state = own;
+        return flags;
     }
     void plug(std::size_t pad,
               const zestsim::Capabilities& caps = zestsim::default_capabilities(Subtype::Gamepad)) {
@@ -71,6 +75,7 @@ protected:
 
     const testsupport::LogCapture logged;  // first made, last gone: it sees the backend's end
     std::unique_ptr<ViGEmBackend> backend = std::make_unique<ViGEmBackend>();
+    std::array<GamepadState, 5> states;
     GamepadState state;
 };
 
@@ -80,9 +85,9 @@ using ViGEmBackendTest = XInputBackendTest;
 // pad, a plugged one every tick with its own list, name and labels.
 TEST_F(XInputBackendTest, SlotsFollowTheRefreshesAndEachPadBringsItsOwnListNameAndLabels) {
     zestsim::plug_pad(2, Subtype::DrumKit);
-    state.is_connected = true;  // left alone by a read that doesn't poll
     EXPECT_EQ(read(2), ReadFlags());
-    EXPECT_TRUE(state.is_connected);
+    EXPECT_EQ(read(2), ReadFlags(ReadFlag::Unchanged));
+    EXPECT_EQ(zestsim::calls("XInputGetState", 2), 0u);
     EXPECT_EQ(backend->gamepad_name(0), "GenericGamepad.Name.1");
 
     backend->refresh_gamepads();
@@ -95,7 +100,7 @@ TEST_F(XInputBackendTest, SlotsFollowTheRefreshesAndEachPadBringsItsOwnListNameA
     EXPECT_EQ(backend->gamepad_name(2), "DrumkitGamepad.Name.3");
     EXPECT_EQ(position_of(2, "stick_left"), none);
     EXPECT_EQ(backend->attribute_label(2, position_of(2, "button_a")), "DrumkitGamepad.ButtonA");
-    EXPECT_EQ(read(2), ReadFlags());
+    EXPECT_EQ(read(2), ReadFlags(ReadFlag::Unchanged));  // polled, but nothing moved
 
     zestsim::unplug_pad(2);
     EXPECT_EQ(read(2), ReadFlags(ReadFlag::MetadataChanged));
@@ -129,6 +134,22 @@ TEST_F(XInputBackendTest, DecodesButtonsTriggersAndSticksAtTheirEndsAndScansTheC
         std::vector<double>({l.deadzone, l.x, l.y, r.deadzone, r.x, r.y}),
         std::vector<double>({7849.0 / 32767.0, -1.0, 1.0, 8689.0 / 32767.0, 0.0, -1.0 / 32768.0}));
     EXPECT_EQ(value(0, "motor_left").kind, AttributeValue::Kind::Empty);
+
+    // A report read again unchanged is not decoded again; a change of any one field is read.
+    const std::vector<void (*)(zestsim::PadState&)> nudges{[](zestsim::PadState& s) { s.buttons ^= 0x0001; },
+                                                           [](zestsim::PadState& s) { ++s.left_trigger; },
+                                                           [](zestsim::PadState& s) { ++s.right_trigger; },
+                                                           [](zestsim::PadState& s) { ++s.thumb_lx; },
+                                                           [](zestsim::PadState& s) { ++s.thumb_ly; },
+                                                           [](zestsim::PadState& s) { ++s.thumb_rx; },
+                                                           [](zestsim::PadState& s) { ++s.thumb_ry; }};
+    zestsim::PadState pad;
+    for (std::size_t field = 0; field <= nudges.size(); ++field) {
+        zestsim::set_pad_state(0, pad);
+        EXPECT_EQ(read(0), ReadFlags()) << "after field " << field;
+        EXPECT_EQ(read(0), ReadFlags(ReadFlag::Unchanged)) << "after field " << field;
+        if (field < nudges.size()) nudges[field](pad);
+    }
 
     zestsim::Capabilities caps;  // a trigger of 20: analogue without the digital view
     caps.controls.buttons = 0x1000;
@@ -252,6 +273,10 @@ TEST_F(ViGEmBackendTest, ARefusedUnplugKeepsTheTargetUntilTheBusTakesItBack) {
     }));
 
     backend->detach_virtual_gamepad(pad);
+    // The slot's own view again: nothing the virtual pad showed is left at its motors.
+    EXPECT_EQ(read(pad), ReadFlags(ReadFlag::MetadataChanged));
+    EXPECT_EQ(value(pad, "motor_left").kind, AttributeValue::Kind::Empty);
+    EXPECT_EQ(value(pad, "motor_right").kind, AttributeValue::Kind::Empty);
     std::vector<int> asked_at;
     for (int refresh = 1; refresh <= 40; ++refresh) {
         const std::uint64_t before = zestsim::ioctl_calls(BUS_IOCTL_UNPLUG_TARGET);
@@ -343,9 +368,9 @@ TEST_F(XInputBackendTest, NormalReadsAndWritesAllocateNothing) {
     out.values[motor] = AttributeValue::make_motor(1.0);
     backend->write_gamepad(1, out);  // the machine's counters take their first entries
     testsupport::AllocationCounter allocations;
-    for (int i = 0; i < 50; ++i) {
+    for (int i = 1; i <= 50; ++i) {
         zestsim::set_triggers(1, static_cast<std::uint8_t>(i), 0);
-        EXPECT_EQ(backend->read_gamepad(1, state), ReadFlags());
+        EXPECT_EQ(backend->read_gamepad(1, states[1]), ReadFlags());
         out.values[motor] = AttributeValue::make_motor(i / 50.0);
         backend->write_gamepad(1, out);
     }

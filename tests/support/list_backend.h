@@ -34,7 +34,9 @@ public:
     QByteArray attribute_label(std::size_t, std::size_t) override { return {}; }
     void detach_virtual_gamepad(std::size_t) override {}
     void refresh_gamepads() override {}
-    gamepad::ReadFlags read_gamepad(std::size_t, gamepad::GamepadState&) override { return {}; }
+    gamepad::ReadFlags read_gamepad(std::size_t, gamepad::GamepadState&) override {
+        return gamepad::ReadFlag::Unchanged;
+    }
     void write_gamepad(std::size_t, const gamepad::GamepadState&) override {}
 
 private:

@@ -56,8 +56,8 @@ ReadFlags ScriptedBackend::read_gamepad(std::size_t pad, GamepadState& state) {
         flags = ReadFlag::MetadataChanged;
     }
     state.is_connected = scripted->connected;
-    const std::size_t count = std::min(state.values.size(), scripted->values.size());
-    std::copy_n(scripted->values.begin(), count, state.values.begin());
+    for (std::size_t a = 0; a < state.values.size(); ++a)
+        state.values[a] = a < scripted->values.size() ? scripted->values[a] : AttributeValue();
     return flags;
 }
 
