@@ -148,7 +148,7 @@ int ViGEmBackend::discover(BusTarget* target, bool& update_failed) {
 }
 
 void ViGEmBackend::detach_virtual_gamepad(std::size_t) {
-    detached_pad_ = static_cast<std::int32_t>(virtual_pad_.user_index);
+    detached_pads_ |= 1u << virtual_pad_.user_index;
     take_down_target();
 }
 

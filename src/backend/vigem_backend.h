@@ -90,8 +90,9 @@ private:
 
     BusClient* client_ = nullptr;  // owned; connected from the first attach on
     VirtualPad virtual_pad_;
-    // The pad just detached, whose next read reports MetadataChanged; -1 when none.
-    std::int32_t detached_pad_ = -1;
+    // One bit per pad detached and not read since, whose next read reports MetadataChanged: two
+    // detaches may come before either pad is read again.
+    std::uint32_t detached_pads_ = 0;
     // The target whose rumble counts; the notification thread compares, the polling thread sets.
     std::atomic<BusTarget*> rumble_target_{nullptr};
     // Targets that the bus refused to take back, still plugged and owned; the next attach takes

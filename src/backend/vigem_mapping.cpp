@@ -81,11 +81,11 @@ void ViGEmBackend::rebuild_attribute_map(std::size_t pad) {
 
 ReadFlags ViGEmBackend::read_gamepad(std::size_t pad, GamepadState& state) {
     if (!is_virtual(pad)) {
-        if (static_cast<std::int32_t>(pad) != detached_pad_) {
+        if ((detached_pads_ & (1u << pad)) == 0) {
             return XInputBackend::read_gamepad(pad, state);
         }
         // The caller's state still holds the virtual pad's view: the slot's is written afresh.
-        detached_pad_ = -1;
+        detached_pads_ &= ~(1u << pad);
         forget_last_read(pad);
         return XInputBackend::read_gamepad(pad, state) | ReadFlag::MetadataChanged;
     }
@@ -156,6 +156,7 @@ void ViGEmBackend::write_gamepad(std::size_t pad, const GamepadState& state) {
         return;
     }
     const BusX360Report report = build_report(state);
+    // The slot view's motor positions belong to this write; no read takes anything from them.
     for (const std::size_t row : {row_motor_left, row_motor_right}) {
         const std::size_t j =
             virtual_pad_.attribute_map.size() > row ? virtual_pad_.attribute_map[row] : none;

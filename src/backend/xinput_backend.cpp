@@ -137,7 +137,7 @@ ReadFlags XInputBackend::read_gamepad(std::size_t pad, GamepadState& state) {
     GamepadSlot& slot = slots_[pad];
     const bool known = std::exchange(slot.report_known, true);
     if (!slot.connected && !slot.needs_poll && known) return ReadFlag::Unchanged;
-    const bool poll = slot.connected || std::exchange(slot.needs_poll, false);
+    const bool poll = std::exchange(slot.needs_poll, false) || slot.connected;
     XINPUT_STATE raw{};
     if (!poll || XInputGetState(static_cast<DWORD>(pad), &raw) != ERROR_SUCCESS) {
         if (!slot.connected && known) return ReadFlag::Unchanged;

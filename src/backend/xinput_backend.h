@@ -11,12 +11,12 @@
 
 namespace gamepad {
 
-// One XInput user index as the backend last saw it. What an idle tick reads sits at the front,
-// in one cache line.
+// One XInput user index as the backend last saw it. What an idle tick reads sits together at
+// the front.
 struct GamepadSlot {
     bool connected = false;
     bool needs_poll = false;    // poll at the next read although not connected
-    bool report_known = false;  // `report` is what the state that the last read wrote holds
+    bool report_known = false;  // the state handed in holds what this slot's last read wrote
     std::uint8_t subtype = 0;
     XINPUT_GAMEPAD report{};
     struct {
